@@ -1,0 +1,107 @@
+// The GBK converter. GBK is read through one flat table of code points, which the handle carries as a private copy.
+#include "converter_skeleton.h"
+
+#include "tables/gbk_table.h"
+
+namespace zucharset {
+namespace {
+
+constexpr uint32_t GBK_COLUMNS = 191; // trail bytes 40 to FE
+constexpr uint32_t GBK_ENTRIES = 24080;
+
+static_assert(sizeof g_Converter_GBKConverterToUnicodeTable == GBK_ENTRIES * sizeof(uint16_t));
+static_assert((0xFE - 0x81) * GBK_COLUMNS + (0xFE - 0x40) < GBK_ENTRIES);
+
+struct ZU_CHARSETCONVERTER_Gbk_S {
+    uint16_t au16ToUnicode[GBK_ENTRIES];
+    CONVERTER_TAIL_S stTail;
+};
+
+#if UINTPTR_MAX == 0xFFFFFFFFu
+static_assert(sizeof(ZU_CHARSETCONVERTER_Gbk_S) == 48160 + 4 * 4);
+#endif
+
+int32_t initGbk(ZU_CHARSET_HANDLE hNew) {
+    if (copyTable(static_cast<ZU_CHARSETCONVERTER_Gbk_S *>(hNew)->au16ToUnicode,
+                  g_Converter_GBKConverterToUnicodeTable) != 0)
+        logText(LOG_ERROR, "memcpy_s fail");
+    return 0;
+}
+
+constexpr bool isGbkTrail(uint8_t u8Trail) { return u8Trail >= 0x40 && u8Trail != 0x7F && u8Trail != 0xFF; }
+
+struct GbkDecoder : CodePointDecoder {
+    const uint16_t *pu16ToUnicode;
+
+    explicit GbkDecoder(const ZU_CHARSETCONVERTER_Gbk_S &stConv) : pu16ToUnicode(stConv.au16ToUnicode) {}
+
+    CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) const {
+        const uint8_t u8Lead = pu8Input[0];
+        if (u8Lead < 0x80)
+            return character(u8Lead, 1);
+        if (u8Lead == 0x80)
+            return character(0x4F2C, 1);
+        if (u8Lead == 0xFF)
+            return passedOver(1);
+        if (s32Left < 2)
+            return CUT_OFF;
+        const uint8_t u8Trail = pu8Input[1];
+        // A stray lead byte gives up one replacement and no more: what follows it is read afresh, so that a line end
+        // or a letter after a damaged character survives.
+        if (!isGbkTrail(u8Trail))
+            return character(REPLACEMENT, 1);
+        return character(pu16ToUnicode[(u8Lead - 0x81u) * GBK_COLUMNS + (u8Trail - 0x40u)], 2);
+    }
+};
+
+constexpr auto _Converter_GBK_ToUTF8 = decoderToUtf8<ZU_CHARSETCONVERTER_Gbk_S, GbkDecoder>;
+
+constexpr int32_t s32ConvSrcCodeType[] = {ZU_CHARSET_CODETYPE_GBK, 0};
+constexpr int32_t s32ConvDstCodeType[] = {ZU_CHARSET_CODETYPE_UTF8, 0};
+
+constexpr CONVERTER_ROUTINE_S s_astRoutines[] = {{ZU_CHARSET_CODETYPE_GBK, _Converter_GBK_ToUTF8}};
+
+constexpr CONVERTER_CLASS_S s_stGbk = {
+    .ps32ConvSrcCodeType = s32ConvSrcCodeType,
+    .ps32ConvDstCodeType = s32ConvDstCodeType,
+    .enFindOrder = FIND_ORDER_E::SOURCE_THEN_DEST,
+    .pszSrcUnknown = "unknown src codetype!!",
+    .pszDstUnknown = "unknown dst codetype!!",
+    .pszNotListed = nullptr,
+    .pszSrcNotListed = "src type is not support, not use gbk converter.",
+    .pszDstNotListed = "dst type is not support, not use gbk converter.",
+    .u32HandleSize = sizeof(ZU_CHARSETCONVERTER_Gbk_S),
+    .u32TailOffset = offsetof(ZU_CHARSETCONVERTER_Gbk_S, stTail),
+    .pfnInit = initGbk,
+    .astRoutines = s_astRoutines,
+    .enQuitTest = QUIT_TEST_E::AFTER_LOOKUP,
+    .pszUnknownCommand = "TESTCHARSET_CONVERTER_setDataAsync: unknow commands\n",
+};
+
+int32_t GBK_CONVERTER_find(int32_t s32SrcCodeType, int32_t s32DstCodeType) {
+    return converterFind(s_stGbk, s32SrcCodeType, s32DstCodeType);
+}
+
+int32_t GBK_CONVERTER_create(ZU_CHARSET_HANDLE *phHandle, ZU_CHARSET_OPTION u32Option) {
+    return converterCreate(s_stGbk, phHandle, u32Option);
+}
+
+int32_t GBK_CONVERTER_convstream(ZU_CHARSET_HANDLE hHandle, const uint8_t *pu8Input, int32_t s32InputLen,
+                                 uint8_t *pu8Output, int32_t *ps32OutputLen, int32_t s32SrcCodeType,
+                                 int32_t s32DstCodeType, uint32_t *pu32ConsumedLen) {
+    return converterConvStream(s_stGbk, {hHandle, pu8Input, s32InputLen, pu8Output, ps32OutputLen, s32SrcCodeType,
+                                         s32DstCodeType, pu32ConsumedLen});
+}
+
+int32_t GBK_CONVERTER_setDataAsync(ZU_CHARSET_HANDLE hHandle, int32_t s32Cmd, void *pArg) {
+    return converterSetDataAsync(s_stGbk, hHandle, s32Cmd, pArg);
+}
+
+int32_t GBK_CONVERTER_close(ZU_CHARSET_HANDLE hHandle) { return converterClose(s_stGbk, hHandle); }
+
+} // namespace
+} // namespace zucharset
+
+constinit ZU_CHARSET_S g_stGBK_converter = zucharset::converterRecord(
+    "zucharset gbk converter", zucharset::GBK_CONVERTER_find, zucharset::GBK_CONVERTER_create,
+    zucharset::GBK_CONVERTER_convstream, zucharset::GBK_CONVERTER_setDataAsync, zucharset::GBK_CONVERTER_close);

@@ -1,0 +1,149 @@
+// The UCS converter: UTF-16 of either byte order, and UTF-8, to UTF-8. UTF-16 is taken unit by unit, so a surrogate
+// comes out as a three-byte sequence of its own; UTF-8 is given the form of UTF-8 but not validated.
+#include "converter_skeleton.h"
+
+namespace zucharset {
+namespace {
+
+constexpr uint32_t SYS_UNKNOWN_ENDIAN = 0;
+constexpr uint32_t SYS_BIG_ENDIAN = 1;
+constexpr uint32_t SYS_LITTLE_ENDIAN = 2;
+
+// The bytes "12" read as one native 16-bit integer.
+constexpr uint32_t UCS_SYS_BENUM = 0x3132;
+constexpr uint32_t UCS_SYS_LENUM = 0x3231;
+
+struct ZU_CHARSETCONVERTER_Ucs_S {
+    uint32_t enSysEndian; // byte order of the machine; the readers go by the code type alone
+    CONVERTER_TAIL_S stTail;
+};
+
+#if UINTPTR_MAX == 0xFFFFFFFFu
+static_assert(sizeof(ZU_CHARSETCONVERTER_Ucs_S) == 5 * 4);
+#endif
+
+uint32_t UCS_GetSYS_EndiaType() {
+    const uint8_t au8Probe[2] = {0x31, 0x32};
+    uint16_t u16Native = 0;
+    if (memcpy_s(&u16Native, sizeof u16Native, au8Probe, sizeof au8Probe) != 0)
+        CHARSET_Printf(LOG_ERROR, __FILE__, __LINE__, "[%s:%d] memcpy_s failed!\n", __func__, __LINE__);
+    if (u16Native == UCS_SYS_BENUM)
+        return SYS_BIG_ENDIAN;
+    return u16Native == UCS_SYS_LENUM ? SYS_LITTLE_ENDIAN : SYS_UNKNOWN_ENDIAN;
+}
+
+int32_t initUcs(ZU_CHARSET_HANDLE hNew) {
+    const uint32_t enEndian = UCS_GetSYS_EndiaType();
+    if (enEndian == SYS_UNKNOWN_ENDIAN)
+        return refuseWithText(LOG_ERROR, "UCS Converter:system EndiaType is error");
+    static_cast<ZU_CHARSETCONVERTER_Ucs_S *>(hNew)->enSysEndian = enEndian;
+    return 0;
+}
+
+constexpr uint32_t ConverterUCS16LEGetUnicode(const uint8_t *pu8Unit) { return pu8Unit[0] | pu8Unit[1] * 0x100u; }
+constexpr uint32_t ConverterUCS16BEGetUnicode(const uint8_t *pu8Unit) { return pu8Unit[0] * 0x100u | pu8Unit[1]; }
+
+template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder : CodePointDecoder {
+    explicit Ucs16Decoder(const ZU_CHARSETCONVERTER_Ucs_S &) {}
+
+    static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
+        return s32Left < 2 ? CUT_OFF : character(pfnGetUnicode(pu8Input), 2);
+    }
+};
+
+// Length of the sequence that a byte begins; 0 for a continuation byte, which begins none.
+constexpr int32_t ConverterGetUCS8Len(uint8_t u8Lead) {
+    if (u8Lead < 0x80)
+        return 1;
+    if (u8Lead < 0xC0)
+        return 0;
+    if (u8Lead < 0xE0)
+        return 2;
+    if (u8Lead < 0xF0)
+        return 3;
+    if (u8Lead < 0xF8)
+        return 4;
+    return u8Lead < 0xFC ? 5 : 6;
+}
+
+// Copies sequences, whatever they encode, and forces what follows a lead byte into continuation bytes.
+struct Ucs8Decoder {
+    explicit Ucs8Decoder(const ZU_CHARSETCONVERTER_Ucs_S &) {}
+
+    static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
+        const int32_t s32Length = ConverterGetUCS8Len(pu8Input[0]);
+        if (s32Length == 0)
+            return passedOver(1);
+        return s32Length > s32Left ? CUT_OFF : CHARACTER_S{s32Length, s32Length, 0};
+    }
+
+    static void write(const CHARACTER_S &stChar, const uint8_t *pu8Input, uint8_t *pu8Output) {
+        if (stChar.s32Length > 0)
+            pu8Output[0] = pu8Input[0];
+        for (int32_t i = 1; i < stChar.s32Length; ++i)
+            pu8Output[i] = static_cast<uint8_t>(0x80u | (pu8Input[i] & 0x3Fu));
+    }
+};
+
+template <uint32_t (*pfnGetUnicode)(const uint8_t *)>
+constexpr ZU_CHARSET_CONVERTER_ToUTF8_FN ConvertUSC16ToUTF8 =
+    decoderToUtf8<ZU_CHARSETCONVERTER_Ucs_S, Ucs16Decoder<pfnGetUnicode>>;
+
+constexpr auto _Converter_UCS16LE_ToUTF8 = ConvertUSC16ToUTF8<ConverterUCS16LEGetUnicode>;
+constexpr auto _Converter_UCS16BE_ToUTF8 = ConvertUSC16ToUTF8<ConverterUCS16BEGetUnicode>;
+constexpr auto _Converter_UCS8_ToUTF8 = decoderToUtf8<ZU_CHARSETCONVERTER_Ucs_S, Ucs8Decoder>;
+
+constexpr int32_t s32ConvSrcCodeType[] = {ZU_CHARSET_CODETYPE_UTF8, ZU_CHARSET_CODETYPE_UCS16BE,
+                                          ZU_CHARSET_CODETYPE_UCS16LE, 0};
+constexpr int32_t s32ConvDstCodeType[] = {ZU_CHARSET_CODETYPE_UTF8, 0};
+
+constexpr CONVERTER_ROUTINE_S s_astRoutines[] = {
+    {ZU_CHARSET_CODETYPE_UCS16LE, _Converter_UCS16LE_ToUTF8},
+    {ZU_CHARSET_CODETYPE_UCS16BE, _Converter_UCS16BE_ToUTF8},
+    {ZU_CHARSET_CODETYPE_UTF8, _Converter_UCS8_ToUTF8},
+};
+
+constexpr CONVERTER_CLASS_S s_stUcs = {
+    .ps32ConvSrcCodeType = s32ConvSrcCodeType,
+    .ps32ConvDstCodeType = s32ConvDstCodeType,
+    .enFindOrder = FIND_ORDER_E::RANGES_FIRST,
+    .pszSrcUnknown = "unknown codetype!!",
+    .pszDstUnknown = "unknown codetype!!",
+    .pszNotListed = "org type is not support, not use ucs converter.",
+    .pszSrcNotListed = "src type is not support, not use ucs converter.",
+    .pszDstNotListed = "dst type is not support, not use ucs converter.",
+    .u32HandleSize = sizeof(ZU_CHARSETCONVERTER_Ucs_S),
+    .u32TailOffset = offsetof(ZU_CHARSETCONVERTER_Ucs_S, stTail),
+    .pfnInit = initUcs,
+    .astRoutines = s_astRoutines,
+    .enQuitTest = QUIT_TEST_E::AFTER_LOOKUP,
+    .pszUnknownCommand = "TESTCHARSET_CONVERTER_setDataAsync: unknow commands\n",
+};
+
+int32_t UCS_CONVERTER_find(int32_t s32SrcCodeType, int32_t s32DstCodeType) {
+    return converterFind(s_stUcs, s32SrcCodeType, s32DstCodeType);
+}
+
+int32_t UCS_CONVERTER_create(ZU_CHARSET_HANDLE *phHandle, ZU_CHARSET_OPTION u32Option) {
+    return converterCreate(s_stUcs, phHandle, u32Option);
+}
+
+int32_t UCS_CONVERTER_convstream(ZU_CHARSET_HANDLE hHandle, const uint8_t *pu8Input, int32_t s32InputLen,
+                                 uint8_t *pu8Output, int32_t *ps32OutputLen, int32_t s32SrcCodeType,
+                                 int32_t s32DstCodeType, uint32_t *pu32ConsumedLen) {
+    return converterConvStream(s_stUcs, {hHandle, pu8Input, s32InputLen, pu8Output, ps32OutputLen, s32SrcCodeType,
+                                         s32DstCodeType, pu32ConsumedLen});
+}
+
+int32_t UCS_CONVERTER_setDataAsync(ZU_CHARSET_HANDLE hHandle, int32_t s32Cmd, void *pArg) {
+    return converterSetDataAsync(s_stUcs, hHandle, s32Cmd, pArg);
+}
+
+int32_t UCS_CONVERTER_close(ZU_CHARSET_HANDLE hHandle) { return converterClose(s_stUcs, hHandle); }
+
+} // namespace
+} // namespace zucharset
+
+constinit ZU_CHARSET_S g_stUCS_converter = zucharset::converterRecord(
+    "zucharset ucs converter", zucharset::UCS_CONVERTER_find, zucharset::UCS_CONVERTER_create,
+    zucharset::UCS_CONVERTER_convstream, zucharset::UCS_CONVERTER_setDataAsync, zucharset::UCS_CONVERTER_close);

@@ -1,0 +1,24 @@
+// Single-byte encodings as rows of data: a table, the first byte that it covers, and what a gap in it does.
+#pragma once
+
+#include "converter_skeleton.h"
+
+namespace zucharset {
+
+// What becomes of a byte whose table entry is U+FFFD.
+enum class GAP_E : uint8_t {
+    WRITTEN,     // written like any other character
+    PASSED_OVER, // dropped
+};
+
+// Bytes below the first or behind the table are their own code points. An empty table makes that every byte.
+struct SINGLE_BYTE_PAGE_S {
+    std::span<const uint16_t> au16ToUnicode;
+    uint8_t u8FirstByte;
+    GAP_E enGap;
+};
+
+int32_t singleByteToUtf8(const SINGLE_BYTE_PAGE_S &stPage, const HANDLE_CONTROL_S &stControl, uint8_t *pu8Output,
+                         int32_t *ps32OutputLen, const uint8_t *pu8Input, int32_t s32InputLen);
+
+} // namespace zucharset

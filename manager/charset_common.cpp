@@ -1,0 +1,164 @@
+#include "charset_common.h"
+
+#include "vemora_utils.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <sys/time.h>
+
+namespace {
+
+constexpr const char *LOG_TAG = "Vemora-CharsetMGR";
+constexpr size_t LOG_BUFFER_SIZE = 2048;
+
+struct TimeStamp {
+    bool bKnown;
+    tm stLocal;
+    long s32Milliseconds;
+};
+
+TimeStamp now() {
+    TimeStamp stStamp{};
+    timeval stTime{};
+    gettimeofday(&stTime, nullptr);
+    stStamp.bKnown = localtime_r(&stTime.tv_sec, &stStamp.stLocal) != nullptr;
+    stStamp.s32Milliseconds = static_cast<long>(stTime.tv_usec / 1000);
+    return stStamp;
+}
+
+const char *baseName(const char *pszPath) {
+    const char *pszSlash = std::strrchr(pszPath, '/');
+    return pszSlash == nullptr ? pszPath : pszSlash + 1;
+}
+
+} // namespace
+
+extern "C" {
+
+int32_t CHARSET_GetLoglevel(int32_t s32Level) {
+    if (s32Level >= 1 && s32Level <= 4)
+        return s32Level;
+    return s32Level == 5 ? 6 : 5;
+}
+
+void CHARSET_DBG_Printf(int32_t s32Level, const char *pszFile, int32_t s32Line, const char *pszMessage,
+                        int32_t s32Ret) {
+    if (pszFile == nullptr || s32Level == 0)
+        return;
+    const TimeStamp stStamp = now();
+    const char *pszName = baseName(pszFile);
+    const int32_t s32HostLevel = CHARSET_GetLoglevel(s32Level);
+    if (pszMessage == nullptr)
+        pszMessage = "";
+    const auto u32Ret = static_cast<unsigned>(s32Ret);
+    if (stStamp.bKnown) {
+        SVR_LOG_Write(LOG_TAG, s32HostLevel, "[%02d:%02d:%02d.%03ld]: [%s:%d] %s, ret 0x%x \n", stStamp.stLocal.tm_hour,
+                      stStamp.stLocal.tm_min, stStamp.stLocal.tm_sec, stStamp.s32Milliseconds, pszName,
+                      static_cast<int>(s32Line), pszMessage, u32Ret);
+    } else {
+        SVR_LOG_Write(LOG_TAG, s32HostLevel, "[%s:%d] %s, ret 0x%x \n", pszName, static_cast<int>(s32Line), pszMessage,
+                      u32Ret);
+    }
+}
+
+void CHARSET_Printf(int32_t s32Level, const char *pszFile, int32_t s32Line, const char *pszFormat, ...) {
+    if (s32Level == 0)
+        return;
+    const TimeStamp stStamp = now();
+    char szText[LOG_BUFFER_SIZE];
+    memset_s(szText, sizeof szText, 0, sizeof szText);
+    snprintf_s(szText, sizeof szText, sizeof szText - 1, "[%s:%d] ", baseName(pszFile), static_cast<int>(s32Line));
+    // Hosts disagree on what their snprintf_s returns for a text cut off, so the text itself tells its length.
+    const size_t u32Prefix = std::strlen(szText);
+    if (u32Prefix <= sizeof szText - 2) {
+        va_list stArgs;
+        va_start(stArgs, pszFormat);
+        vsnprintf_s(szText + u32Prefix, sizeof szText - u32Prefix, sizeof szText - 1 - u32Prefix, pszFormat, stArgs);
+        va_end(stArgs);
+    }
+    const int32_t s32HostLevel = CHARSET_GetLoglevel(s32Level);
+    if (stStamp.bKnown) {
+        SVR_LOG_Write(LOG_TAG, s32HostLevel, "[%02d:%02d:%02d.%03ld]: %s", stStamp.stLocal.tm_hour,
+                      stStamp.stLocal.tm_min, stStamp.stLocal.tm_sec, stStamp.s32Milliseconds, szText);
+    } else {
+        SVR_LOG_Write(LOG_TAG, s32HostLevel, "%s", szText);
+    }
+    std::fflush(stdout);
+}
+
+void *CHARSET_MALLOCZ(uint32_t u32Size) {
+    if (u32Size == 0)
+        return nullptr;
+    void *pBlock = std::malloc(u32Size);
+    if (pBlock != nullptr)
+        memset_s(pBlock, u32Size, 0, u32Size);
+    return pBlock;
+}
+
+void *CHARSET_REALLOC(void *pOld, uint32_t u32OldSize, uint32_t u32NewSize) {
+    if (u32NewSize <= u32OldSize)
+        return pOld;
+    void *pNew = CHARSET_MALLOCZ(u32NewSize);
+    if (pOld != nullptr) {
+        if (pNew != nullptr)
+            memcpy_s(pNew, u32NewSize, pOld, u32OldSize);
+        std::free(pOld);
+    }
+    return pNew;
+}
+
+int32_t ZU_CHARSET_GetMinCodetype(void) { return ZU_CHARSET_CODETYPE_BIG5; }
+
+int32_t ZU_CHARSET_GetMaxCodetype(void) { return ZU_CHARSET_CODETYPE_CP949; }
+
+int32_t ZU_CHARSET_TestUnicode_Len(uint32_t u32Unicode) { return zucharset::utf8Length(u32Unicode); }
+
+int32_t ZU_CHARSET_UNICODEToUTF8code(uint32_t u32Unicode, uint8_t *pu8Output) {
+    const int32_t s32Length = zucharset::utf8Length(u32Unicode);
+    zucharset::writeUtf8(u32Unicode, s32Length, pu8Output);
+    return s32Length;
+}
+
+} // extern "C"
+
+namespace zucharset {
+
+void logText(int32_t s32Level, const char *pszText, LogSite stSite) {
+    CHARSET_Printf(s32Level, stSite.pszFile, stSite.s32Line, "%s", pszText);
+}
+
+int32_t refuseWithText(int32_t s32Level, const char *pszText, LogSite stSite) {
+    logText(s32Level, pszText, stSite);
+    return -1;
+}
+
+int32_t refuse(const char *pszMessage, LogSite stSite) {
+    CHARSET_DBG_Printf(LOG_ERROR, stSite.pszFile, stSite.s32Line, pszMessage, -1);
+    return -1;
+}
+
+int32_t applyCommand(HANDLE_CONTROL_S &stControl, int32_t s32Cmd, const void *pArg, const char *pszUnknown,
+                     LogSite stSite) {
+    switch (s32Cmd) {
+        case ZU_CHARSET_CMD_QUIT:
+            if (pArg == nullptr)
+                return -1;
+            __atomic_store_n(&stControl.s32Quit, *static_cast<const int32_t *>(pArg), __ATOMIC_RELAXED);
+            return 0;
+        case ZU_CHARSET_CMD_OPTION:
+            storeOption(stControl, reinterpret_cast<ZU_CHARSET_OPTION>(pArg));
+            return 0;
+        default:
+            return refuseWithText(LOG_ERROR, pszUnknown, stSite);
+    }
+}
+
+void releaseHandle(void *pHandle, size_t u32Size) {
+    memset_s(pHandle, u32Size, 0, u32Size);
+    std::free(pHandle);
+}
+
+} // namespace zucharset
