@@ -1,0 +1,84 @@
+#include "detector_cascade.h"
+
+#include "text_scan.h"
+
+namespace zucharset {
+namespace {
+
+#define ZU_CASCADE_ROW(test, codetype)                                                                                 \
+    { test, ZU_CHARSET_CODETYPE_##codetype, #test }
+
+// The order decides between tests that accept the same text: the pickier ones come first.
+constexpr CASCADE_ROW_S s_astCascade[] = {
+    ZU_CASCADE_ROW(IsUnicodeBE, UCS16BE),     ZU_CASCADE_ROW(IsUnicodeLE, UCS16LE),
+    ZU_CASCADE_ROW(IsIso8859_6, ISO8859_6),   ZU_CASCADE_ROW(IsIso8859_8, ISO8859_8),
+    ZU_CASCADE_ROW(IsIso8859_11, ISO8859_11), ZU_CASCADE_ROW(IsIso8859_3, ISO8859_3),
+    ZU_CASCADE_ROW(IsIso8859_7, ISO8859_7),   ZU_CASCADE_ROW(IsCp874, CP874),
+    ZU_CASCADE_ROW(IsCp1255, CP1255),         ZU_CASCADE_ROW(IsIso8859_16, ISO8859_16),
+    ZU_CASCADE_ROW(IsIso8859_15, ISO8859_15), ZU_CASCADE_ROW(IsIso8859_14, ISO8859_14),
+    ZU_CASCADE_ROW(IsIso8859_13, ISO8859_13), ZU_CASCADE_ROW(IsIso8859_10, ISO8859_10),
+    ZU_CASCADE_ROW(IsIso8859_9, ISO8859_9),   ZU_CASCADE_ROW(IsIso8859_5, ISO8859_5),
+    ZU_CASCADE_ROW(IsIso8859_4, ISO8859_4),   ZU_CASCADE_ROW(IsIso8859_2, ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_1, ISO8859_1),   ZU_CASCADE_ROW(IsCp1253, CP1253),
+    ZU_CASCADE_ROW(IsCp1257, CP1257),         ZU_CASCADE_ROW(IsCp1258, CP1258),
+    ZU_CASCADE_ROW(IsCp1254, CP1254),         ZU_CASCADE_ROW(IsCp1252, CP1252),
+    ZU_CASCADE_ROW(IsCp1250, CP1250),         ZU_CASCADE_ROW(IsCp1251, CP1251),
+    ZU_CASCADE_ROW(IsCp1256, CP1256),
+};
+static_assert(std::size(s_astCascade) == 27);
+
+#undef ZU_CASCADE_ROW
+
+// The quit flag is read once more in the middle of the cascade.
+constexpr size_t QUIT_ROW = 13;
+
+// The bytes that occur in a text, but for 20 to 7E, which every test knows.
+ByteSet bytesOf(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
+    const auto telling = [](uint64_t u64Word) { return markAtLeast(u64Word, 0x7F) | markBelow(u64Word, 0x20); };
+    uint8_t au8Seen[256] = {};
+    int32_t s32Pos = 0;
+    while ((s32Pos = findMarkedUnlessQuit(stControl, stText, s32Pos, telling)) < stText.s32Length &&
+           !quitRequested(stControl)) {
+        // Foreign bytes come in runs: take one without looking for its end byte by byte.
+        const int32_t s32End = stText.s32Length - s32Pos > 16 ? s32Pos + 16 : stText.s32Length;
+        while (s32Pos < s32End)
+            au8Seen[stText.pu8[s32Pos++]] = 1;
+    }
+    ByteSet stBytes{};
+    for (uint32_t u32Byte = 0; u32Byte < 256; ++u32Byte) {
+        if (au8Seen[u32Byte] != 0)
+            stBytes.add(static_cast<uint8_t>(u32Byte));
+    }
+    return stBytes;
+}
+
+// Whether a row accepts the text. The bytes that occur are all that a single-byte test looks at, IsIso8859_1 apart;
+// and without a zero byte there is no ASCII unit, so that only a byte order mark can make a text UTF-16.
+bool accepts(const CASCADE_ROW_S &stRow, TEXT_S stText, const ByteSet &stBytes) {
+    const ByteSet *pstKnown = knownBytes(stRow.pfnTest);
+    if (pstKnown != nullptr && stRow.pfnTest != IsIso8859_1)
+        return pstKnown->includes(stBytes);
+    if (pstKnown == nullptr && !stBytes.has(0x00) && !stBytes.has(0xFE))
+        return false;
+    return stRow.pfnTest(stText.pu8, stText.s32Length) == 0;
+}
+
+} // namespace
+
+std::span<const CASCADE_ROW_S> cascadeRows() { return s_astCascade; }
+
+int32_t identifySingleByte(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
+    if (quitRequested(stControl))
+        return 0;
+    const ByteSet stBytes = bytesOf(stControl, stText);
+    for (size_t i = 0; i < std::size(s_astCascade); ++i) {
+        // The first look is at a request during the count of bytes, which leaves it unfinished.
+        if ((i == 0 || i == QUIT_ROW) && quitRequested(stControl))
+            return 0;
+        if (accepts(s_astCascade[i], stText, stBytes))
+            return s_astCascade[i].s32CodeType;
+    }
+    return 0;
+}
+
+} // namespace zucharset

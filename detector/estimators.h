@@ -1,0 +1,56 @@
+// The fifteen estimators of the vote. Each scores a text for one encoding, reads the quit flag as it goes, and after a
+// quit request scores what it has seen.
+#pragma once
+
+#include "detector_vote.h"
+
+#include <cfloat>
+
+namespace zucharset {
+
+// Scores are single precision at every step. Volatile makes the rounding of a product real, so that no compiler fuses
+// it into the sum that follows.
+static_assert(FLT_EVAL_METHOD == 0, "expressions in float must be evaluated in float");
+
+inline float rounded(float f32Value) {
+    const volatile float f32Rounded = f32Value;
+    return f32Rounded;
+}
+
+inline float quotient(int64_t s64Dividend, int64_t s64Divisor) {
+    return rounded(static_cast<float>(s64Dividend) / static_cast<float>(s64Divisor));
+}
+
+// What an estimator counts. good / total: the share of pair starts that are accepted; freqsum / weight: how frequent
+// the accepted characters are, against a norm of 500 for each.
+struct PAIR_TOTALS_S {
+    int32_t s32Total = 1;
+    int32_t s32Good = 1;
+    int64_t s64Weight = 1;
+    int64_t s64Freqsum = 0;
+
+    void accept(int32_t s32Value, int32_t s32Times = 1) {
+        s32Good += s32Times;
+        s64Weight += int64_t{500} * s32Times;
+        s64Freqsum += int64_t{s32Value} * s32Times;
+    }
+
+    float frequencyPart() const { return rounded(50.0f * quotient(s64Freqsum, s64Weight)); }
+
+    int32_t score() const {
+        return static_cast<int32_t>(rounded(50.0f * quotient(s32Good, s32Total)) + frequencyPart());
+    }
+};
+
+// GB2312, GBK, GB18030, Big5, Big5-plus, EUC-KR, CP949 and EUC-JP, which look at the same pairs.
+void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores);
+
+int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_iso_2022_cn_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_iso_2022_kr_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_iso_2022_jp_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+
+} // namespace zucharset
