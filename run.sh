@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Builds the library and its command, then detects and converts the given files (with none: the samples).
+set -euo pipefail
+cd_from=$PWD
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+source "$top/tools/packages.sh"
+
+need_packages "${BUILD_PACKAGES[@]}"
+cd "$top"
+[ -f build/release/build.ninja ] || cmake --preset release -DZUCHARSET_TESTS=OFF >/dev/null
+cmake --build --preset release --target zucharset_cli -- --quiet
+cd "$cd_from"
+
+files=("$@")
+[ ${#files[@]} -gt 0 ] || files=("$top"/samples/subtitles/*.srt)
+zucharset=$top/build/release/zucharset
+
+echo "== Detected"
+"$zucharset" detect "${files[@]}"
+status=0
+for file in "${files[@]}"; do
+    echo
+    echo "== $file as UTF-8"
+    if [ $# -gt 0 ]; then
+        "$zucharset" convert "$file" || status=$?
+    else
+        "$zucharset" convert "$file" 2>&1 | sed -n 1,8p # a few lines of each sample tell enough
+    fi
+done
+exit $status
