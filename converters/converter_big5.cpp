@@ -1,6 +1,6 @@
 // The Big5 converter. Big5 is read through one table of code points stored high byte first, which the handle carries as
 // a private copy. The table holds only the two bands of trail bytes, 157 entries for each lead byte.
-#include "converter_skeleton.h"
+#include "converter_output.h"
 
 #include "tables/big5_table.h"
 
@@ -31,22 +31,45 @@ int32_t initBig5(ZU_CHARSET_HANDLE hNew) {
     return 0;
 }
 
+// Column of each trail byte in a row of the table. A look-up, because the two bands of trail bytes mix in no order that
+// a processor could foresee.
+constexpr uint8_t NO_COLUMN = 0xFF;
+
+struct TRAIL_COLUMNS_S {
+    uint8_t au8[256];
+};
+
+constexpr TRAIL_COLUMNS_S s_stColumns = [] {
+    TRAIL_COLUMNS_S stColumns{};
+    for (int32_t s32Trail = 0; s32Trail < 256; ++s32Trail) {
+        uint8_t &u8Column = stColumns.au8[s32Trail];
+        if (s32Trail >= 0x40 && s32Trail <= 0x7E)
+            u8Column = static_cast<uint8_t>(s32Trail - 0x40);
+        else if (s32Trail >= 0xA1 && s32Trail <= 0xFE)
+            u8Column = static_cast<uint8_t>(s32Trail - 0xA1 + BIG5_LOW_TRAILS);
+        else
+            u8Column = NO_COLUMN;
+    }
+    return stColumns;
+}();
+
 // Byte position of a pair's entry, which may lie behind the table; -1 when the second byte is no trail byte.
 constexpr int32_t converterGetIndex(uint8_t u8Lead, uint8_t u8Trail) {
-    const int32_t s32Row = (u8Lead - 0xA1) * BIG5_COLUMNS;
-    if (u8Trail >= 0x40 && u8Trail <= 0x7E)
-        return 2 * (s32Row + u8Trail - 0x40);
-    if (u8Trail >= 0xA1 && u8Trail <= 0xFE)
-        return 2 * (s32Row + u8Trail - 0xA1 + BIG5_LOW_TRAILS);
-    return -1;
+    const uint8_t u8Column = s_stColumns.au8[u8Trail];
+    return u8Column == NO_COLUMN ? -1 : 2 * ((u8Lead - 0xA1) * BIG5_COLUMNS + u8Column);
 }
 
-struct Big5Decoder : CodePointDecoder {
+static_assert(converterGetIndex(0xA1, 0x7E) == 2 * 62 && converterGetIndex(0xA1, 0xA1) == 2 * 63);
+static_assert(converterGetIndex(0xF9, 0xFE) == BIG5_TABLE_SIZE - 2);
+static_assert(converterGetIndex(0xA4, 0x7F) == -1 && converterGetIndex(0xA4, 0xA0) == -1 &&
+              converterGetIndex(0xA4, 0x3F) == -1 && converterGetIndex(0xA4, 0xFF) == -1);
+
+struct Big5Decoder : CodePointDecoder<Big5Decoder> {
     const uint8_t *pu8ToUnicode;
 
     explicit Big5Decoder(const ZU_CHARSETCONVERTER_Big5_S &stConv) : pu8ToUnicode(stConv.au8ToUnicode) {}
 
-    CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) const {
+    ZU_HOT CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) const {
         const uint8_t u8Lead = pu8Input[0];
         if (u8Lead <= 0x80)
             return converterLow(u8Lead);
@@ -55,10 +78,18 @@ struct Big5Decoder : CodePointDecoder {
         return converterHigh(pu8Input, s32Left);
     }
 
-private:
+    ZU_HOT uint32_t commonPair(const uint8_t *pu8Input) const {
+        const uint32_t u32Row = pu8Input[0] - 0xA1u;
+        const int32_t s32Index = converterGetIndex(pu8Input[0], pu8Input[1]);
+        if (u32Row >= BIG5_ROWS || s32Index < 0)
+            return 0;
+        return __builtin_bswap16(loadAs<uint16_t>(pu8ToUnicode + s32Index));
+    }
+
+  private:
     static CHARACTER_S converterLow(uint8_t u8Byte) { return character(u8Byte == 0x80 ? 0xFE65u : u8Byte, 1); }
 
-    CHARACTER_S converterHigh(const uint8_t *pu8Input, int32_t s32Left) const {
+    ZU_HOT CHARACTER_S converterHigh(const uint8_t *pu8Input, int32_t s32Left) const {
         if (s32Left < 2)
             return CUT_OFF;
         const int32_t s32Index = converterGetIndex(pu8Input[0], pu8Input[1]);
@@ -68,7 +99,7 @@ private:
             return character(REPLACEMENT, 1);
         if (s32Index >= BIG5_TABLE_SIZE)
             return character(REPLACEMENT, 2);
-        return character(pu8ToUnicode[s32Index] * 0x100u | pu8ToUnicode[s32Index + 1], 2);
+        return character(__builtin_bswap16(loadAs<uint16_t>(pu8ToUnicode + s32Index)), 2);
     }
 };
 

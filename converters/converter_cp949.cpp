@@ -1,7 +1,7 @@
 // The CP949 converter: Korean text in code page 949. The code page has three areas of two-byte codes. The two of the
 // Unified Hangul Code are stored as a base for each half row and an 8-bit offset for each code; KS X 1001 is stored as
 // flat tables, one for each band of assigned rows. All handles share the tables.
-#include "converter_skeleton.h"
+#include "converter_output.h"
 
 #include "tables/cp949_tables.h"
 
@@ -79,12 +79,21 @@ constexpr uint32_t _CP949_KscToUnicode(uint8_t u8Lead, uint8_t u8Trail) {
 static_assert((0xC9 - 0xA1) * KSC_COLUMNS == (0x30 - 0x21) * KSC_COLUMNS + std::size(u16Ksc5601ToUniPage30));
 static_assert((0xFE - 0xA1) * KSC_COLUMNS == (0x4A - 0x21) * KSC_COLUMNS + std::size(u16Ksc5601ToUniPage4a));
 
-struct Cp949Decoder : CodePointDecoder {
+struct Cp949Decoder : CodePointDecoder<Cp949Decoder> {
     explicit Cp949Decoder(const ZU_CHARSETCONVERTER_Cp949_S &) {}
 
     static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) { return conterCp949ToUtf8(pu8Input, s32Left); }
 
-private:
+    // Nearly all of Korean text is Hangul of KS X 1001.
+    ZU_HOT static uint32_t commonPair(const uint8_t *pu8Input) {
+        const uint32_t u32Row = pu8Input[0] - 0xB0u;
+        const uint32_t u32Column = pu8Input[1] - 0xA1u;
+        if (u32Row > 0xC8 - 0xB0 || u32Column >= KSC_COLUMNS)
+            return 0;
+        return u16Ksc5601ToUniPage30[u32Row * KSC_COLUMNS + u32Column];
+    }
+
+  private:
     // A pair that is no code is taken whole, whatever its second byte.
     static CHARACTER_S conterCp949ToUtf8(const uint8_t *pu8Input, int32_t s32Left) {
         const uint8_t u8Lead = pu8Input[0];

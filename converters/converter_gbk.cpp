@@ -1,5 +1,5 @@
 // The GBK converter. GBK is read through one flat table of code points, which the handle carries as a private copy.
-#include "converter_skeleton.h"
+#include "converter_output.h"
 
 #include "tables/gbk_table.h"
 
@@ -28,21 +28,20 @@ int32_t initGbk(ZU_CHARSET_HANDLE hNew) {
     return 0;
 }
 
-constexpr bool isGbkTrail(uint8_t u8Trail) { return u8Trail >= 0x40 && u8Trail != 0x7F && u8Trail != 0xFF; }
+constexpr bool isGbkLead(uint8_t u8Byte) { return u8Byte >= 0x81 && u8Byte <= 0xFE; }
+constexpr bool isGbkTrail(uint8_t u8Byte) { return u8Byte >= 0x40 && u8Byte <= 0xFE && u8Byte != 0x7F; }
 
-struct GbkDecoder : CodePointDecoder {
+struct GbkDecoder : CodePointDecoder<GbkDecoder> {
     const uint16_t *pu16ToUnicode;
 
     explicit GbkDecoder(const ZU_CHARSETCONVERTER_Gbk_S &stConv) : pu16ToUnicode(stConv.au16ToUnicode) {}
 
-    CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) const {
+    ZU_HOT CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) const {
         const uint8_t u8Lead = pu8Input[0];
         if (u8Lead < 0x80)
             return character(u8Lead, 1);
-        if (u8Lead == 0x80)
-            return character(0x4F2C, 1);
-        if (u8Lead == 0xFF)
-            return passedOver(1);
+        if (!isGbkLead(u8Lead))
+            return u8Lead == 0x80 ? character(0x4F2C, 1) : passedOver(1);
         if (s32Left < 2)
             return CUT_OFF;
         const uint8_t u8Trail = pu8Input[1];
@@ -51,6 +50,15 @@ struct GbkDecoder : CodePointDecoder {
         if (!isGbkTrail(u8Trail))
             return character(REPLACEMENT, 1);
         return character(pu16ToUnicode[(u8Lead - 0x81u) * GBK_COLUMNS + (u8Trail - 0x40u)], 2);
+    }
+
+    // The column of 7F, which is no trail byte, holds code points below 800.
+    ZU_HOT uint32_t commonPair(const uint8_t *pu8Input) const {
+        const uint32_t u32Row = pu8Input[0] - 0x81u;
+        const uint32_t u32Column = pu8Input[1] - 0x40u;
+        if (u32Row > 0xFE - 0x81 || u32Column >= GBK_COLUMNS)
+            return 0;
+        return pu16ToUnicode[u32Row * GBK_COLUMNS + u32Column];
     }
 };
 

@@ -51,7 +51,8 @@ int32_t _Converter_ISO8859_init(ZU_CHARSET_HANDLE hHandle) {
     return 0;
 }
 
-// Part 11 is TIS-620, whose letters stand in Unicode in the same order; the bytes that it does not assign are refused.
+// ISO-8859-11 is TIS-620, whose letters stand in Unicode in the same order; the bytes that it does not assign are
+// refused.
 constexpr int32_t _Converter_ISO8859_11ToUTF8_GetUnocode(uint8_t u8Byte, uint32_t *pu32Unicode) {
     const bool bThai = (u8Byte >= 0xA1 && u8Byte <= 0xDA) || (u8Byte >= 0xDF && u8Byte <= 0xFB);
     if (u8Byte > 0xA0 && !bThai)
@@ -67,7 +68,7 @@ struct THAI_TABLE_S {
 constexpr THAI_TABLE_S s_stThai = [] {
     THAI_TABLE_S stTable{};
     for (uint32_t i = 0; i < 96; ++i) {
-        uint32_t u32Unicode = REPLACEMENT;
+        uint32_t u32Unicode = UNDEFINED;
         _Converter_ISO8859_11ToUTF8_GetUnocode(static_cast<uint8_t>(0xA0 + i), &u32Unicode);
         stTable.au16[i] = static_cast<uint16_t>(u32Unicode);
     }

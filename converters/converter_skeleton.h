@@ -1,6 +1,5 @@
-// What the six converters share: the five operations of a converter record, and the discipline by which every
-// conversion routine writes its output. A converter adds a description of itself (CONVERTER_CLASS_S) and, for each
-// source encoding, a decoder.
+// The five operations of a converter record, which the six converters share. A converter adds a description of itself
+// (CONVERTER_CLASS_S) and a conversion routine for each source encoding.
 #pragma once
 
 #include "charset_common.h"
@@ -108,62 +107,6 @@ constexpr ZU_CHARSET_S converterRecord(const char *pszDescription, ZU_CHARSET_CO
 template <class Entry, size_t u32Entries>
 int32_t copyTable(Entry (&aCopy)[u32Entries], const Entry (&aTable)[u32Entries]) {
     return memcpy_s(aCopy, sizeof aCopy, aTable, sizeof aTable);
-}
-
-// One character as a decoder finds it in the input.
-struct CHARACTER_S {
-    int32_t s32Taken;    // input bytes; 0: the input ends inside the character
-    int32_t s32Length;   // output bytes; 0: passed over, nothing is written and no room is needed
-    uint32_t u32Unicode; // its code point
-};
-
-constexpr CHARACTER_S CUT_OFF{0, 0, 0};
-
-constexpr CHARACTER_S character(uint32_t u32Unicode, int32_t s32Taken) {
-    return {s32Taken, utf8Length(u32Unicode), u32Unicode};
-}
-
-constexpr CHARACTER_S passedOver(int32_t s32Taken) { return {s32Taken, 0, 0}; }
-
-constexpr uint32_t REPLACEMENT = 0xFFFD;
-
-// Base of the decoders that yield code points. A decoder offers
-//   CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) const   the character at pu8Input; s32Left is 1 or more
-struct CodePointDecoder {
-    static void write(const CHARACTER_S &stChar, const uint8_t *, uint8_t *pu8Output) {
-        if (stChar.s32Length > 0)
-            writeUtf8(stChar.u32Unicode, stChar.s32Length, pu8Output);
-    }
-};
-
-// The output discipline: whole sequences only, never more than the capacity, a 0 byte behind the last one, and a look
-// at the quit flag before each character.
-template <class Decoder>
-int32_t convertToUtf8(const Decoder &stDecoder, const HANDLE_CONTROL_S &stControl, uint8_t *pu8Output,
-                      int32_t *ps32OutputLen, const uint8_t *pu8Input, int32_t s32InputLen) {
-    int32_t s32Room = *ps32OutputLen;
-    int32_t s32Pos = 0;
-    uint8_t *pu8Write = pu8Output;
-    while (s32Pos < s32InputLen && !quitRequested(stControl)) {
-        const CHARACTER_S stChar = stDecoder.next(pu8Input + s32Pos, s32InputLen - s32Pos);
-        if (stChar.s32Taken == 0 || stChar.s32Length > s32Room)
-            break;
-        stDecoder.write(stChar, pu8Input + s32Pos, pu8Write);
-        pu8Write += stChar.s32Length;
-        s32Room -= stChar.s32Length;
-        s32Pos += stChar.s32Taken;
-    }
-    *pu8Write = 0;
-    *ps32OutputLen -= s32Room;
-    return s32Pos;
-}
-
-// The conversion routine of a decoder that is made from its converter's handle.
-template <class Handle, class Decoder>
-int32_t decoderToUtf8(ZU_CHARSET_HANDLE hHandle, uint8_t *pu8Output, int32_t *ps32OutputLen, const uint8_t *pu8Input,
-                      int32_t s32InputLen) {
-    const auto &stHandle = *static_cast<const Handle *>(hHandle);
-    return convertToUtf8(Decoder{stHandle}, stHandle.stTail.stControl, pu8Output, ps32OutputLen, pu8Input, s32InputLen);
 }
 
 } // namespace zucharset

@@ -1,6 +1,6 @@
 // The UCS converter: UTF-16 of either byte order, and UTF-8, to UTF-8. UTF-16 is taken unit by unit, so a surrogate
 // comes out as a three-byte sequence of its own; UTF-8 is given the form of UTF-8 but not validated.
-#include "converter_skeleton.h"
+#include "converter_output.h"
 
 namespace zucharset {
 namespace {
@@ -43,11 +43,50 @@ int32_t initUcs(ZU_CHARSET_HANDLE hNew) {
 constexpr uint32_t ConverterUCS16LEGetUnicode(const uint8_t *pu8Unit) { return pu8Unit[0] | pu8Unit[1] * 0x100u; }
 constexpr uint32_t ConverterUCS16BEGetUnicode(const uint8_t *pu8Unit) { return pu8Unit[0] * 0x100u | pu8Unit[1]; }
 
-template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder : CodePointDecoder {
+template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
     explicit Ucs16Decoder(const ZU_CHARSETCONVERTER_Ucs_S &) {}
 
-    static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
+    ZU_HOT static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
         return s32Left < 2 ? CUT_OFF : character(pfnGetUnicode(pu8Input), 2);
+    }
+
+    static void write(const CHARACTER_S &stChar, const uint8_t *, uint8_t *pu8Output) {
+        writeUtf8(stChar.u32Unicode, stChar.s32Length, pu8Output);
+    }
+
+    static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
+        for (int32_t i = 0; i < BLOCK_INPUT; i += ASCII_RUN) {
+            if (narrowAscii(stCursor)) {
+                stCursor = advanced(stCursor, ASCII_RUN, ASCII_RUN / 2);
+                continue;
+            }
+            for (int32_t s32Unit = 0; s32Unit < ASCII_RUN; s32Unit += 2)
+                stCursor = convertUnit(stCursor);
+        }
+        return stCursor;
+    }
+
+  private:
+    static constexpr int32_t ASCII_RUN = 16;
+
+    // Writes a byte for each of the next units and says whether all of them are ASCII.
+    ZU_HOT static bool narrowAscii(BLOCK_CURSOR_S stCursor) {
+        auto vUnits = loadAs<VECTOR_U16>(stCursor.pu8Input);
+        if (pfnGetUnicode == ConverterUCS16BEGetUnicode)
+            vUnits = vUnits << 8 | vUnits >> 8;
+        storeAs(stCursor.pu8Output, __builtin_convertvector(vUnits, VECTOR_U8_HALF));
+        return isZero(vUnits & 0xFF80);
+    }
+
+    ZU_HOT static BLOCK_CURSOR_S convertUnit(BLOCK_CURSOR_S stCursor) {
+        const uint32_t u32Unicode = pfnGetUnicode(stCursor.pu8Input);
+        if (u32Unicode >= 0x800) {
+            storeAs(stCursor.pu8Output, threeByteSequence(u32Unicode));
+            return advanced(stCursor, 2, 3);
+        }
+        const CHARACTER_S stChar = character(u32Unicode, 2);
+        storeAs(stCursor.pu8Output, wideSequence(stChar));
+        return advanced(stCursor, 2, stChar.s32Length);
     }
 };
 
@@ -66,11 +105,40 @@ constexpr int32_t ConverterGetUCS8Len(uint8_t u8Lead) {
     return u8Lead < 0xFC ? 5 : 6;
 }
 
+// A block of UTF-8 is well-formed when continuation bytes stand exactly where the lead bytes before them ask for them;
+// then it comes out as it is. Gives the length of the whole sequences in the block, which the block's copy begins with;
+// 0 when a byte is out of place or begins a sequence of more than four.
+int32_t copyWellFormed(BLOCK_CURSOR_S stCursor) {
+    // Zeros stand before the block, since it begins with a new character.
+    uint8_t au8Text[16 + BLOCK_INPUT] = {};
+    uint8_t *const pu8Block = au8Text + 16;
+    std::memcpy(pu8Block, stCursor.pu8Input, BLOCK_INPUT);
+    VECTOR_MASK vWrong{};
+    for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
+        const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
+        const auto vWanted = (loadAs<VECTOR_U8>(pu8Block + i - 1) >= 0xC0) |
+                             (loadAs<VECTOR_U8>(pu8Block + i - 2) >= 0xE0) |
+                             (loadAs<VECTOR_U8>(pu8Block + i - 3) >= 0xF0);
+        const auto vContinuation = (vText & 0xC0) == 0x80;
+        vWrong |= (vWanted ^ vContinuation) | (vText >= 0xF8);
+    }
+    if (!isZero(vWrong))
+        return 0;
+    std::memcpy(stCursor.pu8Output, pu8Block, BLOCK_INPUT);
+    // A sequence that goes on behind the block is left for the next one.
+    for (int32_t s32Back = 1; s32Back <= 3; ++s32Back) {
+        const int32_t s32Length = ConverterGetUCS8Len(pu8Block[BLOCK_INPUT - s32Back]);
+        if (s32Length > 0)
+            return s32Length > s32Back ? BLOCK_INPUT - s32Back : BLOCK_INPUT;
+    }
+    return BLOCK_INPUT;
+}
+
 // Copies sequences, whatever they encode, and forces what follows a lead byte into continuation bytes.
 struct Ucs8Decoder {
     explicit Ucs8Decoder(const ZU_CHARSETCONVERTER_Ucs_S &) {}
 
-    static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
+    ZU_HOT static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
         const int32_t s32Length = ConverterGetUCS8Len(pu8Input[0]);
         if (s32Length == 0)
             return passedOver(1);
@@ -82,6 +150,26 @@ struct Ucs8Decoder {
             pu8Output[0] = pu8Input[0];
         for (int32_t i = 1; i < stChar.s32Length; ++i)
             pu8Output[i] = static_cast<uint8_t>(0x80u | (pu8Input[i] & 0x3Fu));
+    }
+
+    static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
+        if (copyAsciiBlock(stCursor))
+            return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT);
+        const int32_t s32WellFormed = HAS_VECTORS ? copyWellFormed(stCursor) : 0;
+        if (s32WellFormed > 0)
+            return advanced(stCursor, s32WellFormed, s32WellFormed);
+        const uint8_t *const pu8End = stCursor.pu8Input + BLOCK_INPUT;
+        while (stCursor.pu8Input < pu8End) {
+            if (*stCursor.pu8Input < 0x80) {
+                const int32_t s32Plain = copyAsciiWord(stCursor);
+                stCursor = advanced(stCursor, s32Plain, s32Plain);
+                continue;
+            }
+            const CHARACTER_S stChar = next(stCursor.pu8Input, BLOCK_MARGIN);
+            write(stChar, stCursor.pu8Input, stCursor.pu8Output);
+            stCursor = advanced(stCursor, stChar.s32Taken, stChar.s32Length);
+        }
+        return stCursor;
     }
 };
 

@@ -5,6 +5,9 @@
 
 namespace zucharset {
 
+// The entry of a byte that a page does not define.
+constexpr uint16_t UNDEFINED = 0xFFFD;
+
 // What becomes of a byte whose table entry is U+FFFD.
 enum class GAP_E : uint8_t {
     WRITTEN,     // written like any other character

@@ -29,7 +29,7 @@ void countPair(const ZU_CHARSETDETECTOR_Common_S &stDetector, uint8_t u8Lead, ui
 }
 
 class PairSurvey {
-public:
+  public:
     explicit PairSurvey(const ZU_CHARSETDETECTOR_Common_S &stDetectorIn) : stDetector(stDetectorIn) {}
 
     void scan(TEXT_S stText) {
@@ -63,7 +63,7 @@ public:
         }
     }
 
-private:
+  private:
     // Every estimator refuses pairs outside these ranges.
     static constexpr int32_t FIRST_LEAD = 0x81;
     static constexpr int32_t LEADS = 0xFE - FIRST_LEAD + 1;
