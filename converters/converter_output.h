@@ -13,9 +13,7 @@
 #pragma once
 
 #include "converter_skeleton.h"
-
-#include <bit>
-#include <cstring>
+#include "utf8_block.h"
 
 // For what stands in the innermost loop of a conversion: a call there costs more than the work itself.
 #define ZU_HOT [[gnu::always_inline]] inline
@@ -43,7 +41,7 @@ constexpr uint32_t REPLACEMENT = 0xFFFD;
 
 // A block: the bytes between two looks at the quit flag. Behind them BLOCK_MARGIN more can be read; and the output has
 // room for the worst case, three bytes for one, and for a margin that may be written and written over.
-constexpr int32_t BLOCK_INPUT = 64;
+constexpr int32_t BLOCK_INPUT = TEXT_BLOCK;
 constexpr int32_t BLOCK_MARGIN = 16;
 constexpr int32_t BLOCK_ROOM = 3 * BLOCK_INPUT + 2 * BLOCK_MARGIN;
 
@@ -91,16 +89,6 @@ int32_t decoderToUtf8(ZU_CHARSET_HANDLE hHandle, uint8_t *pu8Output, int32_t *ps
 
 // --- Parts of which fast ways are made ---
 
-static_assert(std::endian::native == std::endian::little, "bytes are taken from words from the low end");
-
-template <class Word> Word loadAs(const uint8_t *pu8) {
-    Word wWord;
-    std::memcpy(&wWord, pu8, sizeof wWord);
-    return wWord;
-}
-
-template <class Word> void storeAs(uint8_t *pu8, Word wWord) { std::memcpy(pu8, &wWord, sizeof wWord); }
-
 // The sequence of a code point from 800 to FFFF, and that of any one below 10000, in a word: first byte lowest.
 constexpr uint32_t threeByteSequence(uint32_t u32Unicode) {
     return 0x8080E0u | u32Unicode >> 12 | (u32Unicode & 0xFC0) << 2 | (u32Unicode & 0x3F) << 16;
@@ -111,27 +99,6 @@ constexpr uint32_t wideSequence(const CHARACTER_S &stChar) {
     if (stChar.s32Length == 3)
         return threeByteSequence(u32Unicode);
     return stChar.s32Length == 2 ? 0x80C0u | u32Unicode >> 6 | (u32Unicode & 0x3F) << 8 : u32Unicode;
-}
-
-constexpr uint64_t HIGH_BITS = 0x8080808080808080;
-
-// Vectors of the compiler's own. A target without vector registers does well with vectors of words, but bytes and
-// 16-bit units it would take one by one.
-typedef uint64_t VECTOR_U64 __attribute__((vector_size(16)));
-typedef uint16_t VECTOR_U16 __attribute__((vector_size(16)));
-typedef uint8_t VECTOR_U8 __attribute__((vector_size(16)));
-typedef uint8_t VECTOR_U8_HALF __attribute__((vector_size(8)));
-typedef int8_t VECTOR_MASK __attribute__((vector_size(16))); // of a comparison of bytes: -1 where it holds
-
-#if defined(__SSE2__) || defined(__ARM_NEON)
-constexpr bool HAS_VECTORS = true;
-#else
-constexpr bool HAS_VECTORS = false;
-#endif
-
-template <class Vector> bool isZero(Vector vAny) {
-    const auto vWords = std::bit_cast<VECTOR_U64>(vAny);
-    return (vWords[0] | vWords[1]) == 0;
 }
 
 // Copies a block and says whether it is plain ASCII throughout.

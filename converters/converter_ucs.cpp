@@ -105,35 +105,6 @@ constexpr int32_t ConverterGetUCS8Len(uint8_t u8Lead) {
     return u8Lead < 0xFC ? 5 : 6;
 }
 
-// A block of UTF-8 is well-formed when continuation bytes stand exactly where the lead bytes before them ask for them;
-// then it comes out as it is. Gives the length of the whole sequences in the block, which the block's copy begins with;
-// 0 when a byte is out of place or begins a sequence of more than four.
-int32_t copyWellFormed(BLOCK_CURSOR_S stCursor) {
-    // Zeros stand before the block, since it begins with a new character.
-    uint8_t au8Text[16 + BLOCK_INPUT] = {};
-    uint8_t *const pu8Block = au8Text + 16;
-    std::memcpy(pu8Block, stCursor.pu8Input, BLOCK_INPUT);
-    VECTOR_MASK vWrong{};
-    for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
-        const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
-        const auto vWanted = (loadAs<VECTOR_U8>(pu8Block + i - 1) >= 0xC0) |
-                             (loadAs<VECTOR_U8>(pu8Block + i - 2) >= 0xE0) |
-                             (loadAs<VECTOR_U8>(pu8Block + i - 3) >= 0xF0);
-        const auto vContinuation = (vText & 0xC0) == 0x80;
-        vWrong |= (vWanted ^ vContinuation) | (vText >= 0xF8);
-    }
-    if (!isZero(vWrong))
-        return 0;
-    std::memcpy(stCursor.pu8Output, pu8Block, BLOCK_INPUT);
-    // A sequence that goes on behind the block is left for the next one.
-    for (int32_t s32Back = 1; s32Back <= 3; ++s32Back) {
-        const int32_t s32Length = ConverterGetUCS8Len(pu8Block[BLOCK_INPUT - s32Back]);
-        if (s32Length > 0)
-            return s32Length > s32Back ? BLOCK_INPUT - s32Back : BLOCK_INPUT;
-    }
-    return BLOCK_INPUT;
-}
-
 // Copies sequences, whatever they encode, and forces what follows a lead byte into continuation bytes.
 struct Ucs8Decoder {
     explicit Ucs8Decoder(const ZU_CHARSETCONVERTER_Ucs_S &) {}
@@ -155,7 +126,8 @@ struct Ucs8Decoder {
     static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
         if (copyAsciiBlock(stCursor))
             return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT);
-        const int32_t s32WellFormed = HAS_VECTORS ? copyWellFormed(stCursor) : 0;
+        // Well-formed text comes out as it is, and is copied already.
+        const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input);
         if (s32WellFormed > 0)
             return advanced(stCursor, s32WellFormed, s32WellFormed);
         const uint8_t *const pu8End = stCursor.pu8Input + BLOCK_INPUT;

@@ -4,17 +4,37 @@
 
 namespace zucharset {
 
-void _Detector_scoreAll(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores) {
+namespace {
+
+// Which scores the estimators that come late in the vote need to work out.
+enum class PRECISION_E {
+    EXACT,
+    WINNER, // only those that can still win
+};
+
+void score(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, PRECISION_E enPrecision, SCORES_S &stScores) {
     stScores = {};
-    _Detector_pairs_probability(stDetector, stText, stScores);
     int32_t *ps32Score = stScores.as32;
-    ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText);
-    ps32Score[DETECTOR_ENCODING_ISO_2022_CN] = _Detector_iso_2022_cn_probability(stDetector, stText);
+    const auto target = [&] {
+        if (enPrecision == PRECISION_E::EXACT)
+            return 0;
+        int32_t s32Target = DETECTOR_THRESHOLD;
+        for (const int32_t s32Score : stScores.as32)
+            s32Target = s32Score > s32Target ? s32Score : s32Target;
+        return s32Target;
+    };
     ps32Score[DETECTOR_ENCODING_UTF8] = _Detector_utf8_probability(stDetector, stText);
-    ps32Score[DETECTOR_ENCODING_ISO_2022_KR] = _Detector_iso_2022_kr_probability(stDetector, stText);
-    ps32Score[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(stDetector, stText);
-    ps32Score[DETECTOR_ENCODING_ISO_2022_JP] = _Detector_iso_2022_jp_probability(stDetector, stText);
     ps32Score[DETECTOR_ENCODING_ASCII] = _Detector_ascii_probability(stDetector, stText);
+    ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText);
+    _Detector_escapes_probability(stDetector, stText, stScores);
+    _Detector_pairs_probability(stDetector, stText, target(), stScores);
+    ps32Score[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(stDetector, stText, target());
+}
+
+} // namespace
+
+void _Detector_scoreAll(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores) {
+    score(stDetector, stText, PRECISION_E::EXACT, stScores);
 }
 
 DETECTOR_ENCODING_E _Detector_winner(const SCORES_S &stScores) {
@@ -49,7 +69,7 @@ int32_t guessEncoding(DETECTOR_ENCODING_E enWinner) {
 
 int32_t _Detector_GuessEnCodingsType(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
     SCORES_S stScores;
-    _Detector_scoreAll(stDetector, stText, stScores);
+    score(stDetector, stText, PRECISION_E::WINNER, stScores);
     return guessEncoding(_Detector_winner(stScores));
 }
 

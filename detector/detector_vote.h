@@ -39,7 +39,7 @@ struct SCORES_S {
     int32_t as32[DETECTOR_ENCODINGS];
 };
 
-// Runs the fifteen estimators.
+// Runs the fifteen estimators to the end.
 void _Detector_scoreAll(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores);
 
 // The candidate with the highest score, the first of equals; DETECTOR_ENCODING_UNKNOWN below the threshold.

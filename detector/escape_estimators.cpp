@@ -16,12 +16,12 @@ bool holdsAt(TEXT_S stText, int32_t s32Pos, std::string_view strBytes) {
 
 int32_t findByte(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Pos, uint8_t u8Byte) {
     return findMarkedUnlessQuit(stDetector.stControl, stText, s32Pos,
-                                [u8Byte](uint64_t u64Word) { return markEqual(u64Word, u8Byte); });
+                                [u8Byte](auto wWords) { return markEqual(wWords, u8Byte); });
 }
 
-// 100 when the escape stands anywhere in the text.
-int32_t escapeProbability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, std::string_view strEscape) {
-    int32_t s32Pos = findByte(stDetector, stText, 0, ESC);
+// 100 when the escape stands anywhere in the text from s32Pos on, which is a place of ESC.
+int32_t escapeProbability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Pos,
+                          std::string_view strEscape) {
     while (s32Pos < stText.s32Length && !quitRequested(stDetector.stControl)) {
         if (holdsAt(stText, s32Pos, strEscape))
             return 100;
@@ -120,10 +120,12 @@ int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, 
     return static_cast<int32_t>(static_cast<float>(getRangeval(s32Segments)) + stTotals.frequencyPart());
 }
 
+namespace {
+
 // ESC $ ) A begins a segment of GB2312 characters, ESC $ ) G one of CNS 11643 characters; any escape ends it.
-int32_t _Detector_iso_2022_cn_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
+int32_t _Detector_iso_2022_cn_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                          int32_t s32Pos) {
     PAIR_TOTALS_S stTotals;
-    int32_t s32Pos = findByte(stDetector, stText, 0, ESC);
     while (stText.s32Length - s32Pos > 3 && !quitRequested(stDetector.stControl)) {
         if (holdsAt(stText, s32Pos, "\x1B$)A"))
             s32Pos = scanIso2022Segment(stDetector, stText, s32Pos + 4, GB_7BIT, stTotals);
@@ -138,12 +140,24 @@ int32_t _Detector_iso_2022_cn_probability(const ZU_CHARSETDETECTOR_Common_S &stD
     return stTotals.score();
 }
 
-int32_t _Detector_iso_2022_kr_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
-    return escapeProbability(stDetector, stText, "\x1B$)C");
+int32_t _Detector_iso_2022_kr_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                          int32_t s32Pos) {
+    return escapeProbability(stDetector, stText, s32Pos, "\x1B$)C");
 }
 
-int32_t _Detector_iso_2022_jp_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
-    return escapeProbability(stDetector, stText, "\x1B$B");
+int32_t _Detector_iso_2022_jp_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                          int32_t s32Pos) {
+    return escapeProbability(stDetector, stText, s32Pos, "\x1B$B");
+}
+
+} // namespace
+
+void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores) {
+    const int32_t s32First = findByte(stDetector, stText, 0, ESC);
+    int32_t *ps32Score = stScores.as32;
+    ps32Score[DETECTOR_ENCODING_ISO_2022_CN] = _Detector_iso_2022_cn_probability(stDetector, stText, s32First);
+    ps32Score[DETECTOR_ENCODING_ISO_2022_KR] = _Detector_iso_2022_kr_probability(stDetector, stText, s32First);
+    ps32Score[DETECTOR_ENCODING_ISO_2022_JP] = _Detector_iso_2022_jp_probability(stDetector, stText, s32First);
 }
 
 } // namespace zucharset

@@ -40,16 +40,29 @@ struct PAIR_TOTALS_S {
     int32_t score() const {
         return static_cast<int32_t>(rounded(50.0f * quotient(s32Good, s32Total)) + frequencyPart());
     }
+
+    // Whether s32Bytes more bytes could lift the score to s32Target: they would have to be accepted pairs throughout,
+    // of the most frequent character. One point more makes up for roundings.
+    bool canReach(int32_t s32Target, int32_t s32Bytes) const {
+        const double f64Pairs = s32Bytes / 2 + 1;
+        const double f64Share = (s32Good + f64Pairs) / (s32Total + f64Pairs);
+        const double f64Frequency =
+            (static_cast<double>(s64Freqsum) + 600 * f64Pairs) / (static_cast<double>(s64Weight) + 500 * f64Pairs);
+        return 50 * f64Share + 50 * f64Frequency + 1 >= s32Target;
+    }
 };
 
-// GB2312, GBK, GB18030, Big5, Big5-plus, EUC-KR, CP949 and EUC-JP, which look at the same pairs.
-void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores);
+// A target tells an estimator which scores matter: it may stop as soon as it cannot reach it, and then gives some lower
+// score. With target 0 every score is exact.
 
-int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+// GB2312, GBK, GB18030, Big5, Big5-plus, EUC-KR, CP949 and EUC-JP, which look at the same pairs.
+void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target,
+                                 SCORES_S &stScores);
+
+int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target);
 int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
-int32_t _Detector_iso_2022_cn_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
-int32_t _Detector_iso_2022_kr_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
-int32_t _Detector_iso_2022_jp_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+// ISO-2022-CN, ISO-2022-KR and ISO-2022-JP, which all wait for an escape.
+void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores);
 int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
 int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
 

@@ -41,8 +41,8 @@ constexpr int32_t trailColumn(const PAIR_RULE_S &stRule, uint8_t u8Trail) {
 // The rule's answer to a pair: refused, or accepted with a weight of 0 or more.
 constexpr int32_t REFUSED = -1;
 
-inline int32_t applyRule(const PAIR_RULE_S &stRule, const ZU_CHARSETDETECTOR_Common_S &stDetector, uint8_t u8Lead,
-                         uint8_t u8Trail) {
+[[gnu::always_inline]] inline int32_t
+applyRule(const PAIR_RULE_S &stRule, const ZU_CHARSETDETECTOR_Common_S &stDetector, uint8_t u8Lead, uint8_t u8Trail) {
     if (u8Lead < stRule.u8FirstLead || u8Lead > stRule.u8LastLead)
         return REFUSED;
     const int32_t s32Column = trailColumn(stRule, u8Trail);

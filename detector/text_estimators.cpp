@@ -76,12 +76,26 @@ int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector
     bool bBroken = false;
     while (s32Pos < stText.s32Length && !bBroken && !quitRequested(stDetector.stControl)) {
         const int32_t s32BlockEnd = stText.s32Length - s32Pos > QUIT_BLOCK ? s32Pos + QUIT_BLOCK : stText.s32Length;
+        if (s32BlockEnd - s32Pos == QUIT_BLOCK) {
+            if (isAsciiBlock(stText.pu8 + s32Pos)) {
+                s32Ascii += QUIT_BLOCK;
+                s32Pos += QUIT_BLOCK;
+                continue;
+            }
+            const int32_t s32WellFormed = wellFormedLength(stText.pu8 + s32Pos);
+            if (s32WellFormed > 0) {
+                const int32_t s32Cut = QUIT_BLOCK - s32WellFormed; // the start of a sequence, all of it foreign
+                const int32_t s32Foreign = countForeign(stText.pu8 + s32Pos) - s32Cut;
+                s32GoodBytes += s32Foreign;
+                s32Ascii += s32WellFormed - s32Foreign;
+                s32Pos += s32WellFormed;
+                continue;
+            }
+        }
         while (s32Pos < s32BlockEnd) {
             if (stText.pu8[s32Pos] < 0x80) {
-                const int32_t s32Next =
-                    findMarked(stText.pu8, s32Pos, s32BlockEnd, [](uint64_t u64Word) { return u64Word & HIGH_BITS; });
-                s32Ascii += s32Next - s32Pos;
-                s32Pos = s32Next;
+                ++s32Ascii;
+                ++s32Pos;
                 continue;
             }
             const int32_t s32Good = getGoodBytes(stText, s32Pos);
@@ -100,7 +114,7 @@ int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector
 }
 
 int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
-    const auto costly = [](uint64_t u64Word) { return markAtLeast(u64Word, 0x7F) | markEqual(u64Word, 0x1B); };
+    const auto costly = [](auto wWords) { return markAtLeast(wWords, 0x7F) | markEqual(wWords, 0x1B); };
     int32_t s32Score = 70;
     int32_t s32Pos = 0;
     while ((s32Pos = findMarkedUnlessQuit(stDetector.stControl, stText, s32Pos, costly)) < stText.s32Length &&

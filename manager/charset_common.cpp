@@ -66,7 +66,7 @@ class LineText {
     }
 
     // Ends the text, whatever the host's function makes of one that is too long.
-    void appendFormatted(const char *pszFormat, va_list stArgs) {
+    ZU_CHARSET_PRINTF_LIKE(2, 0) void appendFormatted(const char *pszFormat, va_list stArgs) {
         const size_t u32Room = sizeof szText - u32Length;
         if (u32Room > 1)
             vsnprintf_s(szText + u32Length, u32Room, u32Room - 1, pszFormat, stArgs);
