@@ -5,25 +5,38 @@
 namespace zucharset {
 namespace {
 
-#define ZU_CASCADE_ROW(test, codetype)                                                                                 \
-    { test, ZU_CHARSET_CODETYPE_##codetype, #test }
+#define ZU_CASCADE_ROW(test, codetype, known)                                                                          \
+    { test, #test, ZU_CHARSET_CODETYPE_##codetype, known }
 
 // The order decides between tests that accept the same text: the pickier ones come first.
 constexpr CASCADE_ROW_S s_astCascade[] = {
-    ZU_CASCADE_ROW(IsUnicodeBE, UCS16BE),     ZU_CASCADE_ROW(IsUnicodeLE, UCS16LE),
-    ZU_CASCADE_ROW(IsIso8859_6, ISO8859_6),   ZU_CASCADE_ROW(IsIso8859_8, ISO8859_8),
-    ZU_CASCADE_ROW(IsIso8859_11, ISO8859_11), ZU_CASCADE_ROW(IsIso8859_3, ISO8859_3),
-    ZU_CASCADE_ROW(IsIso8859_7, ISO8859_7),   ZU_CASCADE_ROW(IsCp874, CP874),
-    ZU_CASCADE_ROW(IsCp1255, CP1255),         ZU_CASCADE_ROW(IsIso8859_16, ISO8859_16),
-    ZU_CASCADE_ROW(IsIso8859_15, ISO8859_15), ZU_CASCADE_ROW(IsIso8859_14, ISO8859_14),
-    ZU_CASCADE_ROW(IsIso8859_13, ISO8859_13), ZU_CASCADE_ROW(IsIso8859_10, ISO8859_10),
-    ZU_CASCADE_ROW(IsIso8859_9, ISO8859_9),   ZU_CASCADE_ROW(IsIso8859_5, ISO8859_5),
-    ZU_CASCADE_ROW(IsIso8859_4, ISO8859_4),   ZU_CASCADE_ROW(IsIso8859_2, ISO8859_2),
-    ZU_CASCADE_ROW(IsIso8859_1, ISO8859_1),   ZU_CASCADE_ROW(IsCp1253, CP1253),
-    ZU_CASCADE_ROW(IsCp1257, CP1257),         ZU_CASCADE_ROW(IsCp1258, CP1258),
-    ZU_CASCADE_ROW(IsCp1254, CP1254),         ZU_CASCADE_ROW(IsCp1252, CP1252),
-    ZU_CASCADE_ROW(IsCp1250, CP1250),         ZU_CASCADE_ROW(IsCp1251, CP1251),
-    ZU_CASCADE_ROW(IsCp1256, CP1256),
+    ZU_CASCADE_ROW(IsUnicodeBE, UCS16BE, nullptr),
+    ZU_CASCADE_ROW(IsUnicodeLE, UCS16LE, nullptr),
+    ZU_CASCADE_ROW(IsIso8859_6, ISO8859_6, &KNOWN_ISO8859_6),
+    ZU_CASCADE_ROW(IsIso8859_8, ISO8859_8, &KNOWN_ISO8859_8),
+    ZU_CASCADE_ROW(IsIso8859_11, ISO8859_11, &KNOWN_ISO8859_11),
+    ZU_CASCADE_ROW(IsIso8859_3, ISO8859_3, &KNOWN_ISO8859_3),
+    ZU_CASCADE_ROW(IsIso8859_7, ISO8859_7, &KNOWN_ISO8859_7),
+    ZU_CASCADE_ROW(IsCp874, CP874, &KNOWN_CP874),
+    ZU_CASCADE_ROW(IsCp1255, CP1255, &KNOWN_CP1255),
+    ZU_CASCADE_ROW(IsIso8859_16, ISO8859_16, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_15, ISO8859_15, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_14, ISO8859_14, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_13, ISO8859_13, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_10, ISO8859_10, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_9, ISO8859_9, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_5, ISO8859_5, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_4, ISO8859_4, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_2, ISO8859_2, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsIso8859_1, ISO8859_1, &KNOWN_ISO8859_2),
+    ZU_CASCADE_ROW(IsCp1253, CP1253, &KNOWN_CP1253),
+    ZU_CASCADE_ROW(IsCp1257, CP1257, &KNOWN_CP1257),
+    ZU_CASCADE_ROW(IsCp1258, CP1258, &KNOWN_CP1258),
+    ZU_CASCADE_ROW(IsCp1254, CP1254, &KNOWN_CP1254),
+    ZU_CASCADE_ROW(IsCp1252, CP1252, &KNOWN_CP1252),
+    ZU_CASCADE_ROW(IsCp1250, CP1250, &KNOWN_CP1250),
+    ZU_CASCADE_ROW(IsCp1251, CP1251, &KNOWN_CP1251),
+    ZU_CASCADE_ROW(IsCp1256, CP1256, &KNOWN_CP1256),
 };
 static_assert(std::size(s_astCascade) == 27);
 
@@ -63,10 +76,9 @@ ByteSet bytesOf(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
 // Whether a row accepts the text. The bytes that occur are all that a single-byte test looks at, IsIso8859_1 apart;
 // and without a zero byte there is no ASCII unit, so that only a byte order mark can make a text UTF-16.
 bool accepts(const CASCADE_ROW_S &stRow, TEXT_S stText, const ByteSet &stBytes) {
-    const ByteSet *pstKnown = knownBytes(stRow.pfnTest);
-    if (pstKnown != nullptr && stRow.pfnTest != IsIso8859_1)
-        return pstKnown->includes(stBytes);
-    if (pstKnown == nullptr && !stBytes.has(0x00) && !stBytes.has(0xFE))
+    if (stRow.pstKnown != nullptr && stRow.pfnTest != IsIso8859_1)
+        return stRow.pstKnown->includes(stBytes);
+    if (stRow.pstKnown == nullptr && !stBytes.has(0x00) && !stBytes.has(0xFE))
         return false;
     return stRow.pfnTest(stText.pu8, stText.s32Length) == 0;
 }

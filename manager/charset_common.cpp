@@ -190,7 +190,8 @@ int32_t applyCommand(HANDLE_CONTROL_S &stControl, int32_t s32Cmd, const void *pA
         case ZU_CHARSET_CMD_QUIT:
             if (pArg == nullptr)
                 return -1;
-            __atomic_store_n(&stControl.s32Quit, *static_cast<const int32_t *>(pArg), __ATOMIC_RELAXED);
+            // In one order with what follows: the manager looks next whether a plug-in is held that must hear of it.
+            __atomic_store_n(&stControl.s32Quit, *static_cast<const int32_t *>(pArg), __ATOMIC_SEQ_CST);
             return 0;
         case ZU_CHARSET_CMD_OPTION:
             storeOption(stControl, reinterpret_cast<ZU_CHARSET_OPTION>(pArg));

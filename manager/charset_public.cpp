@@ -1,6 +1,8 @@
 // The manager: the list of plug-ins, the host's handles on them, and the entry record.
 #include "charset_common.h"
 
+#include <sched.h>
+
 namespace zucharset {
 namespace {
 
@@ -81,12 +83,38 @@ CHARSET_HANDLE_S *newHandle(const ZU_CHARSET_HANDLE *phHandle, ZU_CHARSET_OPTION
     return pstHandle;
 }
 
-// Closes the plug-in handle, if one is held, through the given close slot. The handle forgets it at once, so that
-// nothing closes or uses it again.
+// Set-data may run on another thread while the handle's owner works, and hands its command to the plug-in that the
+// owner may be about to close. So it takes the plug-in handle out of the handle for that moment, and leaves LENT in its
+// place; whoever finds that waits until the handle is back, which is a matter of a few instructions.
+constinit char s_cLent = 0;
+constexpr ZU_CHARSET_HANDLE LENT = &s_cLent;
+
+ZU_CHARSET_HANDLE heldPlugin(const CHARSET_HANDLE_S &stHandle) {
+    ZU_CHARSET_HANDLE hPlugin;
+    while ((hPlugin = __atomic_load_n(&stHandle.hPlugin, __ATOMIC_SEQ_CST)) == LENT)
+        sched_yield();
+    return hPlugin;
+}
+
+void holdPlugin(CHARSET_HANDLE_S &stHandle, ZU_CHARSET_HANDLE hPlugin) {
+    __atomic_store_n(&stHandle.hPlugin, hPlugin, __ATOMIC_SEQ_CST);
+}
+
+// The plug-in handle, with hInstead left in its place; null when none is held.
+ZU_CHARSET_HANDLE takePlugin(CHARSET_HANDLE_S &stHandle, ZU_CHARSET_HANDLE hInstead) {
+    ZU_CHARSET_HANDLE hPlugin = heldPlugin(stHandle);
+    while (hPlugin != nullptr && !__atomic_compare_exchange_n(&stHandle.hPlugin, &hPlugin, hInstead, false,
+                                                              __ATOMIC_ACQUIRE, __ATOMIC_RELAXED))
+        hPlugin = heldPlugin(stHandle);
+    return hPlugin;
+}
+
+// Closes the plug-in handle, if one is held, through the given close slot. The handle forgets it first, so that nothing
+// closes or uses it again.
 void closePlugin(CHARSET_HANDLE_S &stHandle, ZU_CHARSET_CLOSE_FN ZU_CHARSET_S::*pfnClose) {
-    if (stHandle.pstPlugin != nullptr && stHandle.hPlugin != nullptr && stHandle.pstPlugin->*pfnClose != nullptr)
-        (stHandle.pstPlugin->*pfnClose)(stHandle.hPlugin);
-    stHandle.hPlugin = nullptr;
+    ZU_CHARSET_HANDLE hPlugin = takePlugin(stHandle, nullptr);
+    if (hPlugin != nullptr && stHandle.pstPlugin != nullptr && stHandle.pstPlugin->*pfnClose != nullptr)
+        (stHandle.pstPlugin->*pfnClose)(hPlugin);
 }
 
 int32_t closeHandle(ZU_CHARSET_HANDLE hHandle, ZU_CHARSET_CLOSE_FN ZU_CHARSET_S::*pfnClose) {
@@ -110,10 +138,13 @@ int32_t commandHandle(ZU_CHARSET_HANDLE hHandle, int32_t s32Cmd, void *pArg,
     if (hHandle == nullptr)
         return refuse("null");
     auto &stHandle = *static_cast<CHARSET_HANDLE_S *>(hHandle);
-    const int32_t s32Result = charsetHandleCmd(stHandle, s32Cmd, pArg);
-    if (pArg != nullptr && stHandle.pstPlugin != nullptr && stHandle.hPlugin != nullptr &&
-        stHandle.pstPlugin->*pfnSetData != nullptr)
-        return (stHandle.pstPlugin->*pfnSetData)(stHandle.hPlugin, s32Cmd, pArg);
+    int32_t s32Result = charsetHandleCmd(stHandle, s32Cmd, pArg);
+    ZU_CHARSET_HANDLE hPlugin = pArg != nullptr ? takePlugin(stHandle, LENT) : nullptr;
+    if (hPlugin == nullptr)
+        return s32Result;
+    if (stHandle.pstPlugin != nullptr && stHandle.pstPlugin->*pfnSetData != nullptr)
+        s32Result = (stHandle.pstPlugin->*pfnSetData)(hPlugin, s32Cmd, pArg);
+    holdPlugin(stHandle, hPlugin);
     return s32Result;
 }
 
@@ -233,13 +264,14 @@ int32_t charsetConvCheckPtr(const ZU_CHARSET_S &stPlugin) {
 
 int32_t convertThroughPlugin(const CHARSET_HANDLE_S &stHandle, const CONV_REQUEST_S &stRequest) {
     return stHandle.pstPlugin->pfnConverterConvStream(
-        stHandle.hPlugin, stRequest.pu8Input, stRequest.s32InputLen, stRequest.pu8Output, stRequest.ps32OutputLen,
+        heldPlugin(stHandle), stRequest.pu8Input, stRequest.s32InputLen, stRequest.pu8Output, stRequest.ps32OutputLen,
         stRequest.s32SrcCodeType, stRequest.s32DstCodeType, stRequest.pu32ConsumedLen);
 }
 
 // The reuse path: the converter that served the last request, as long as it accepts the pair.
 int32_t charsetConvStream(CHARSET_HANDLE_S &stHandle, const CONV_REQUEST_S &stRequest) {
-    if (stHandle.pstPlugin == nullptr || stHandle.hPlugin == nullptr || charsetConvCheckPtr(*stHandle.pstPlugin) != 0)
+    if (stHandle.pstPlugin == nullptr || heldPlugin(stHandle) == nullptr ||
+        charsetConvCheckPtr(*stHandle.pstPlugin) != 0)
         return -1;
     const int32_t s32Found = charsetConvFind(*stHandle.pstPlugin, stRequest.s32SrcCodeType, stRequest.s32DstCodeType);
     if (s32Found != 0) {
@@ -265,10 +297,14 @@ int32_t charsetListConvStream(CHARSET_HANDLE_S &stHandle, const CONV_REQUEST_S &
         s32Result = charsetConvCheckPtr(*stHandle.pstPlugin);
         if (s32Result != 0)
             continue;
-        s32Result = stHandle.pstPlugin->pfnConverterCreate(&stHandle.hPlugin, loadOption(stHandle.stControl));
+        ZU_CHARSET_HANDLE hNew = nullptr;
+        s32Result = stHandle.pstPlugin->pfnConverterCreate(&hNew, loadOption(stHandle.stControl));
         if (s32Result != 0)
             continue;
-        s32Result = convertThroughPlugin(stHandle, stRequest);
+        holdPlugin(stHandle, hNew);
+        // A quit request that came before the new handle was to be seen has not reached it.
+        const bool bQuit = __atomic_load_n(&stHandle.stControl.s32Quit, __ATOMIC_SEQ_CST) > 0;
+        s32Result = bQuit ? -1 : convertThroughPlugin(stHandle, stRequest);
         if (s32Result != 0)
             closePlugin(stHandle, &ZU_CHARSET_S::pfnConverterClose);
     }
@@ -305,7 +341,7 @@ int32_t CHARSET_CONVERTER_convstream(ZU_CHARSET_HANDLE hHandle, const uint8_t *p
         return 0;
     logText(LOG_TRACE, "CHARSET_CONVERTER_convstream next\n");
     stHandle.pstPlugin = nullptr;
-    stHandle.hPlugin = nullptr;
+    holdPlugin(stHandle, nullptr);
     if (charsetListConvStream(stHandle, stRequest) != 0)
         return refuse("Can not find Converter");
     return quitRequested(stHandle.stControl) ? -1 : 0;
