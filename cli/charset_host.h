@@ -10,7 +10,7 @@ using Bytes = std::span<const uint8_t>;
 
 // A detection handle of the library.
 class Detector {
-public:
+  public:
     Detector();
     ~Detector();
     Detector(const Detector &) = delete;
@@ -19,7 +19,7 @@ public:
     // The code type of a text, which must not be empty.
     int32_t identify(Bytes text);
 
-private:
+  private:
     void *m_handle = nullptr;
 };
 
@@ -31,7 +31,7 @@ struct Conversion {
 
 // A conversion handle of the library, for one source encoding.
 class Converter {
-public:
+  public:
     explicit Converter(int32_t codeType);
     ~Converter();
     Converter(const Converter &) = delete;
@@ -43,7 +43,7 @@ public:
     // unconsumed; it belongs in front of the next piece.
     Conversion convert(Bytes text);
 
-private:
+  private:
     int32_t m_codeType;
     void *m_handle = nullptr;
     std::vector<uint8_t> m_output;

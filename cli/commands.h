@@ -12,6 +12,7 @@ using Action = std::function<int()>;
 void addDetectCommand(CLI::App &app, Action &chosen);
 void addConvertCommand(CLI::App &app, Action &chosen);
 void addListCommand(CLI::App &app, Action &chosen);
+void addExplainCommand(CLI::App &app, Action &chosen);
 
 // The options that detection has in every subcommand.
 struct DetectionOptions {

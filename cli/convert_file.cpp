@@ -23,7 +23,7 @@ bool startsWith(Bytes text, Bytes start) {
 }
 
 class FileConversion {
-public:
+  public:
     FileConversion(const ConvertSettings &settings, InputFile &input, OutputFile &output, ConvertOutcome &outcome,
                    Progress &progress)
         : m_settings(settings), m_input(input), m_output(output), m_outcome(outcome), m_progress(progress) {}
@@ -56,7 +56,7 @@ public:
 
     [[nodiscard]] bool changed() const { return m_changed; }
 
-private:
+  private:
     void chooseEncoding() {
         Guess &guess = m_outcome.guess;
         const Bytes start = m_input.peek(kMarkInput);

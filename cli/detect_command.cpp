@@ -46,7 +46,7 @@ std::string lineFor(const std::string &file, const Guess &guess) {
 }
 
 class Detection {
-public:
+  public:
     explicit Detection(const Options &options)
         : m_options(options), m_preferences(parsePreferences(options.detection.prefer)) {}
 
@@ -78,7 +78,7 @@ public:
         return m_exitCode;
     }
 
-private:
+  private:
     void detect(const std::string &path) {
         Guess guess;
         try {

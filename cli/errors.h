@@ -19,11 +19,11 @@ enum ExitCode : int {
 
 // A problem to tell the user about; what() is complete and names the file.
 class CommandError : public std::runtime_error {
-public:
+  public:
     CommandError(ExitCode exitCode, const std::string &message) : std::runtime_error(message), m_exitCode(exitCode) {}
     [[nodiscard]] ExitCode exitCode() const { return m_exitCode; }
 
-private:
+  private:
     ExitCode m_exitCode;
 };
 

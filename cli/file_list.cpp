@@ -25,7 +25,7 @@ InputItem itemFor(const fs::path &path, const fs::path &relative) {
 }
 
 class FolderWalk {
-public:
+  public:
     FolderWalk(const FileSelection &selection, FileList &list) : m_selection(selection), m_list(list) {}
 
     void walk(const fs::path &folder, const fs::path &relative) {
@@ -48,7 +48,7 @@ public:
         }
     }
 
-private:
+  private:
     void visit(const fs::path &path, const fs::path &relative) {
         std::error_code error;
         // Links to folders may lead in circles; links to files are harmless.

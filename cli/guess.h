@@ -24,7 +24,7 @@ struct Guess {
 
 // Bytes of a file that detection looks at unless --sample says otherwise.
 inline constexpr size_t kDefaultSample = size_t{1024} * 1024;
-// Beyond about 20 MiB the library's percentages leave their range.
+// Enough for every text that a person wrote; a larger sample only takes longer.
 inline constexpr size_t kLargestSample = size_t{16} * 1024 * 1024;
 
 // Names the encoding of a sample. A preferred code page replaces a single-byte answer when it defines every byte.

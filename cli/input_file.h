@@ -11,7 +11,7 @@ namespace zucli {
 
 // A file or standard input, read once from start to end. Every problem is a CommandError with kExitInput.
 class InputFile {
-public:
+  public:
     explicit InputFile(const std::string &path); // "-" is standard input
     ~InputFile();
     InputFile(const InputFile &) = delete;
@@ -27,7 +27,7 @@ public:
     [[nodiscard]] bool atEnd() const { return m_atEnd; }
     [[nodiscard]] const struct stat &status() const { return m_status; }
 
-private:
+  private:
     size_t readFile(uint8_t *destination, size_t size);
 
     std::string m_path;

@@ -11,13 +11,13 @@ void installSignalHandling();
 
 // Keeps those signals waiting while files change their names.
 class SignalPause {
-public:
+  public:
     SignalPause();
     ~SignalPause();
     SignalPause(const SignalPause &) = delete;
     SignalPause &operator=(const SignalPause &) = delete;
 
-private:
+  private:
     sigset_t m_previous = {};
 };
 

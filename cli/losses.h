@@ -28,7 +28,7 @@ struct DamagedPlace {
 // Finds the characters that a conversion damaged. It sees every piece of input with its output, and takes a piece that
 // looks suspicious through the converter again in ever smaller parts.
 class LossFinder {
-public:
+  public:
     // The encoding of the pieces from here on. Whoever joins surrogates does not want to hear of them.
     void startWith(int32_t codeType, bool ignoreSurrogates);
     void inspect(uint64_t offset, Bytes input, Bytes output);
@@ -40,7 +40,7 @@ public:
     // Is any of the text gone? Surrogate halves are still there, only oddly written.
     [[nodiscard]] bool textLost() const;
 
-private:
+  private:
     [[nodiscard]] bool isSuspicious(Bytes input, Bytes output) const;
     void inspectBlock(uint64_t offset, Bytes block);
     void inspectCharacter(uint64_t offset, Bytes character, Bytes output);

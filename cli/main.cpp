@@ -20,6 +20,7 @@ constexpr const char *kFooter = R"(Examples:
   zucharset detect *.srt
   zucharset convert movie.srt > movie.utf8.srt
   zucharset convert -r --in-place ~/Videos
+  zucharset explain movie.srt
   zucharset convert --help
 
 Exit codes; with several files the highest one counts:
@@ -48,6 +49,7 @@ int run(int argc, char **argv) {
     Action chosen;
     addDetectCommand(app, chosen);
     addConvertCommand(app, chosen);
+    addExplainCommand(app, chosen);
     addListCommand(app, chosen);
     try {
         app.parse(argc, argv);

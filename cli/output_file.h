@@ -21,7 +21,7 @@ struct OutputTarget {
 // A file that appears under its name whole, in commit(), or not at all. Devices, pipes and standard output cannot be
 // replaced and are written directly. Every problem is a CommandError with kExitOutput.
 class OutputFile {
-public:
+  public:
     explicit OutputFile(OutputTarget target);
     ~OutputFile(); // without commit(): nothing remains
     OutputFile(const OutputFile &) = delete;
@@ -36,7 +36,7 @@ public:
     // Where commit() put the previous content; empty when no backup was asked for.
     [[nodiscard]] const std::string &backupPath() const { return m_backupPath; }
 
-private:
+  private:
     void createTemporary();
     void keepAttributes();
     void makeBackup();

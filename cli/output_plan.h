@@ -23,7 +23,7 @@ struct OutputRules {
 
 // Finds the output of each input, and keeps inputs and earlier results of the same run from being overwritten.
 class OutputPlanner {
-public:
+  public:
     explicit OutputPlanner(OutputRules rules) : m_rules(std::move(rules)) {}
 
     // Makes the folder of the output where --out-dir asks for it.
@@ -31,7 +31,7 @@ public:
 
     [[nodiscard]] const OutputRules &rules() const { return m_rules; }
 
-private:
+  private:
     [[nodiscard]] std::string outputPath(const InputItem &input) const;
 
     OutputRules m_rules;

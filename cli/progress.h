@@ -9,7 +9,7 @@ namespace zucli {
 // A line on standard error that shows how far long work has come. Shown only on a terminal, and not before the work
 // has taken half a second.
 class Progress {
-public:
+  public:
     Progress(bool wanted, size_t files, uint64_t bytes);
     ~Progress() { clear(); }
     Progress(const Progress &) = delete;
@@ -20,7 +20,7 @@ public:
     // Takes the line away, so that something else can be printed.
     void clear();
 
-private:
+  private:
     using Clock = std::chrono::steady_clock;
     void show();
 

@@ -21,7 +21,7 @@ void printMessage(std::string_view message);
 
 // Builds one JSON document. Values are added in order; the writer sets commas and quotes.
 class JsonWriter {
-public:
+  public:
     // `key` is empty inside an array and for the outermost value.
     void beginObject(std::string_view key = {});
     void endObject();
@@ -38,7 +38,7 @@ public:
 
     [[nodiscard]] const std::string &text() const { return m_text; }
 
-private:
+  private:
     void start(std::string_view key);
     void quoted(std::string_view value);
 
