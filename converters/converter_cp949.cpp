@@ -76,8 +76,8 @@ constexpr uint32_t _CP949_KscToUnicode(uint8_t u8Lead, uint8_t u8Trail) {
 }
 
 // The row C9, user-defined, is all that lies between the Hangul and the Hanja.
-static_assert((0xC9 - 0xA1) * KSC_COLUMNS == (0x30 - 0x21) * KSC_COLUMNS + std::size(u16Ksc5601ToUniPage30));
-static_assert((0xFE - 0xA1) * KSC_COLUMNS == (0x4A - 0x21) * KSC_COLUMNS + std::size(u16Ksc5601ToUniPage4a));
+static_assert(std::size(u16Ksc5601ToUniPage30) / KSC_COLUMNS == 0xC8 - 0xB0 + 1);
+static_assert(std::size(u16Ksc5601ToUniPage4a) / KSC_COLUMNS == 0xFD - 0xCA + 1);
 
 struct Cp949Decoder : CodePointDecoder<Cp949Decoder> {
     explicit Cp949Decoder(const ZU_CHARSETCONVERTER_Cp949_S &) {}

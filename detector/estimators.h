@@ -44,7 +44,8 @@ struct PAIR_TOTALS_S {
     // Whether s32Bytes more bytes could lift the score to s32Target: they would have to be accepted pairs throughout,
     // of the most frequent character. One point more makes up for roundings.
     bool canReach(int32_t s32Target, int32_t s32Bytes) const {
-        const double f64Pairs = s32Bytes / 2 + 1;
+        const int32_t s32Pairs = s32Bytes / 2 + 1;
+        const auto f64Pairs = static_cast<double>(s32Pairs);
         const double f64Share = (s32Good + f64Pairs) / (s32Total + f64Pairs);
         const double f64Frequency =
             (static_cast<double>(s64Freqsum) + 600 * f64Pairs) / (static_cast<double>(s64Weight) + 500 * f64Pairs);

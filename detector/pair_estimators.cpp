@@ -177,7 +177,7 @@ class PairSurvey {
     uint8_t au8Count[LEADS][TRAILS];
 };
 
-static_assert(sizeof(PairSurvey) <= 32 * 1024, "small devices have small thread stacks");
+static_assert(sizeof(PairSurvey) <= 32768, "small devices have small thread stacks");
 
 // --- Shift_JIS ---
 
