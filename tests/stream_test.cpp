@@ -1,0 +1,68 @@
+#include "support/conversion.h"
+#include "support/recording_utils.h"
+
+namespace {
+
+// One character of a text; awaits: the decoder must see the byte behind it first.
+struct Piece {
+    std::string in, out;
+    bool awaits = false;
+};
+
+// Texts cut and squeezed in every way: each part must stop where its room or its last whole character ends, and what
+// the parts give must be what the whole text gives.
+TEST(Stream, PartsGiveTheWhole) {
+    // clang-format off
+    const std::pair<int32_t, std::vector<Piece>> texts[] = {
+        {2, {{"C3A9", "C3A9"}, {"80", ""}, {"F09F9880", "F09F9880"}, {"BF", ""}, {"E44142", "E48182"}, {"C080", "C080"},
+             {"F8C1C2C3C4", "F881828384"}, {"EFBBBF", "EFBBBF"}, {"FFFFFFFFFFFF", "FFBFBFBFBFBF"}}},
+        {18, {{"4100", "41"}, {"2D4E", "E4B8AD"}, {"E900", "C3A9"}, {"0000", "00"}, {"3DD8", "EDA0BD"}}},
+        {19, {{"0041", "41"}, {"4E2D", "E4B8AD"}, {"00E9", "C3A9"}, {"0000", "00"}, {"D83D", "EDA0BD"}}},
+        {20, {{"D6D0", "E4B8AD"}, {"FF", ""}, {"B0", "EFBFBD", true}, {"0A", "0A"}, {"80", "E4BCAC"}, {"A1A4", "C2B7"}}},
+        {1, {{"A440", "E4B880"}, {"85", ""}, {"A4", "EFBFBD", true}, {"FF", ""}, {"80", "EFB9A5"}, {"FEFE", "EFBFBD"}}},
+        {33, {{"8141", "EAB082"}, {"B0A1", "EAB080"}, {"8120", "EFBFBD"}, {"FF", "EFBFBD"}, {"A1A4", "C2B7"}}},
+        {5, {{"A5", ""}, {"A1", "C4A6"}, {"AE", ""}, {"80", "C280"}}},
+        {8, {{"A1", "EFBFBD"}, {"C1", "D8A1"}, {"80", "C280"}}},
+        {13, {{"A1", "E0B881"}, {"DB", ""}, {"FC", ""}, {"A0", "C2A0"}}},
+        {23, {{"80", "E282AC"}, {"81", ""}, {"E9", "C3A9"}, {"9D", ""}}}};
+    // clang-format on
+    for (const auto &[type, pieces] : texts) {
+        std::vector<Piece> characters;
+        std::string text, whole;
+        for (size_t i = 0; i < 9 * pieces.size(); ++i) { // thrice with neighbours of its kind, else among ASCII
+            characters.push_back(pieces[i % pieces.size()]);
+            const std::string ascii = type == 18 ? "2000" : type == 19 ? "0020" : "20";
+            for (size_t run = i / pieces.size() % 3 * 19; run > 0; --run)
+                characters.push_back({ascii, "20"});
+        }
+        for (Piece &piece : characters) {
+            piece = {fromHex(piece.in), fromHex(piece.out), piece.awaits};
+            text += piece.in;
+            whole += piece.out;
+        }
+        const Handle handle(converterOf(type));
+        const auto check = [&](size_t cut, size_t capacity) {
+            size_t consumed = 0, written = 0;
+            for (const Piece &piece : characters) {
+                if (consumed + piece.in.size() + (piece.awaits ? 1 : 0) > cut || written + piece.out.size() > capacity)
+                    break;
+                consumed += piece.in.size();
+                written += piece.out.size();
+            }
+            const Converted first = handle.convert(type, std::string_view(text).substr(0, cut), capacity);
+            ASSERT_EQ(first.output, whole.substr(0, written)) << type << " " << cut << " " << capacity;
+            ASSERT_EQ(first.consumed, consumed) << type << " " << cut << " " << capacity;
+            if (consumed < text.size()) {
+                const Converted rest = handle.convert(type, std::string_view(text).substr(consumed));
+                ASSERT_EQ(rest.output, whole.substr(written)) << type << " " << cut << " " << capacity;
+            }
+            recording::takeLines();
+        };
+        for (size_t cut = 1; cut <= text.size(); ++cut)
+            check(cut, 3 * cut);
+        for (size_t capacity = text.size(); capacity <= whole.size() + 1; ++capacity)
+            check(text.size(), capacity);
+    }
+}
+
+} // namespace
