@@ -1,6 +1,8 @@
 #include "support/conversion.h"
 #include "support/recording_utils.h"
 
+#include <random>
+
 namespace {
 
 // One character of a text; awaits: the decoder must see the byte behind it first.
@@ -62,6 +64,48 @@ TEST(Stream, PartsGiveTheWhole) {
             check(cut, 3 * cut);
         for (size_t capacity = text.size(); capacity <= whole.size() + 1; ++capacity)
             check(text.size(), capacity);
+    }
+}
+
+// Long input goes by the block, short input never: what a text gives at once it must give in short pieces too.
+TEST(Stream, BlocksGiveWhatCharactersGive) {
+    constexpr size_t piece = 40;
+    std::mt19937 random(20260);
+    const auto below = [&random](uint32_t limit) { return static_cast<uint32_t>(random()) % limit; };
+    for (int32_t type = 1; type <= 33; ++type) {
+        if (type == 31 || type == 32)
+            continue;
+        const Handle handle(converterOf(type));
+        for (int round = 0; round < 150; ++round) {
+            std::string text;
+            while (text.size() < static_cast<size_t>(round) * 8) { // runs of ASCII, of foreign bytes, of anything
+                const uint32_t kind = below(4);
+                const uint32_t first = kind == 1 ? 0x80 : 0;
+                for (uint32_t run = below(kind == 0 ? 90 : 20); run > 0; --run) {
+                    if ((type == 18 || type == 19) && kind == 0)
+                        text += type == 19 ? std::string{'\0', 'a'} : std::string{'a', '\0'};
+                    else
+                        text += static_cast<char>(first + below(kind == 0 ? 0x80 : 0x100 - first));
+                }
+            }
+            if (text.empty())
+                continue;
+            std::string pieces;
+            size_t consumed = 0;
+            for (uint32_t taken = 1; taken > 0 && consumed < text.size(); consumed += taken) {
+                const Converted part = handle.convert(type, std::string_view(text).substr(consumed, piece));
+                pieces += part.output;
+                taken = part.consumed;
+            }
+            const Converted whole = handle.convert(type, text);
+            ASSERT_EQ(whole.output, pieces) << type << " " << round;
+            ASSERT_EQ(whole.consumed, consumed) << type << " " << round;
+            const size_t capacity = text.size() + below(static_cast<uint32_t>(text.size()));
+            const Converted squeezed = handle.convert(type, text, capacity);
+            const Converted rest = handle.convert(type, text.substr(squeezed.consumed) + " ");
+            ASSERT_EQ((squeezed.output + rest.output).substr(0, pieces.size()), pieces) << type << " " << round;
+            recording::takeLines();
+        }
     }
 }
 
