@@ -90,20 +90,7 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
     }
 };
 
-// Length of the sequence that a byte begins; 0 for a continuation byte, which begins none.
-constexpr int32_t ConverterGetUCS8Len(uint8_t u8Lead) {
-    if (u8Lead < 0x80)
-        return 1;
-    if (u8Lead < 0xC0)
-        return 0;
-    if (u8Lead < 0xE0)
-        return 2;
-    if (u8Lead < 0xF0)
-        return 3;
-    if (u8Lead < 0xF8)
-        return 4;
-    return u8Lead < 0xFC ? 5 : 6;
-}
+constexpr auto ConverterGetUCS8Len = utf8SequenceLength;
 
 // Copies sequences, whatever they encode, and forces what follows a lead byte into continuation bytes.
 struct Ucs8Decoder {

@@ -7,22 +7,10 @@ namespace {
 
 constexpr bool within80BF(uint8_t u8Byte) { return (u8Byte & 0xC0) == 0x80; }
 
-// Length of the sequence that a byte of 80 or more begins, in the definition of up to six bytes; 0 for none.
-constexpr int32_t sequenceLength(uint8_t u8Lead) {
-    if (u8Lead < 0xC0 || u8Lead > 0xFD)
-        return 0;
-    if (u8Lead < 0xE0)
-        return 2;
-    if (u8Lead < 0xF0)
-        return 3;
-    if (u8Lead < 0xF8)
-        return 4;
-    return u8Lead < 0xFC ? 5 : 6;
-}
-
 // Length of the well-formed sequence at a position, 0 when there is none.
 int32_t getGoodBytes(TEXT_S stText, int32_t s32Pos) {
-    const int32_t s32Length = sequenceLength(stText.pu8[s32Pos]);
+    const uint8_t u8Lead = stText.pu8[s32Pos];
+    const int32_t s32Length = u8Lead > 0xFD ? 0 : utf8SequenceLength(u8Lead);
     if (s32Length > stText.s32Length - s32Pos)
         return 0;
     for (int32_t i = 1; i < s32Length; ++i) {

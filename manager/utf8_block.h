@@ -38,6 +38,22 @@ template <class Vector> bool isZero(Vector vAny) {
 constexpr uint64_t EVERY_BYTE = 0x0101010101010101;
 constexpr uint64_t HIGH_BITS = 0x80 * EVERY_BYTE;
 
+// Length of the sequence that a byte of UTF-8 begins, in the definition of up to six bytes; 0 for a continuation byte,
+// which begins none.
+constexpr int32_t utf8SequenceLength(uint8_t u8Lead) {
+    if (u8Lead < 0x80)
+        return 1;
+    if (u8Lead < 0xC0)
+        return 0;
+    if (u8Lead < 0xE0)
+        return 2;
+    if (u8Lead < 0xF0)
+        return 3;
+    if (u8Lead < 0xF8)
+        return 4;
+    return u8Lead < 0xFC ? 5 : 6;
+}
+
 constexpr int32_t TEXT_BLOCK = 64;
 
 inline bool isAsciiBlock(const uint8_t *pu8Block) {
