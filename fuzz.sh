@@ -1,0 +1,39 @@
+#!/usr/bin/env bash
+# Runs the fuzz targets, each for a number of seconds (60), under the address and undefined-behaviour sanitizers.
+#   ./fuzz.sh [SECONDS]
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+source tools/packages.sh
+
+seconds=${1:-60}
+build=${FUZZ_BUILD:-build/fuzz}
+need_packages "${BUILD_PACKAGES[@]}" googletest python3 clang libclang-rt-14-dev
+
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+    -DZUCHARSET_SANITIZE=address,undefined,fuzzer-no-link -DZUCHARSET_CLI=OFF -DZUCHARSET_TESTS=ON >/dev/null
+cmake --build "$build" --target identify_fuzzer convert_fuzzer operations_fuzzer -- --quiet
+
+status=0
+for target in identify convert operations; do
+    # What the fuzzer learns stays in the build folder, what it finds in fuzz/found.
+    mkdir -p "$build/corpus/$target" "fuzz/found/$target"
+    log=$build/$target.log
+    result=clean
+    "$build/fuzz/${target}_fuzzer" -max_total_time="$seconds" -max_len=2048 -timeout=10 -print_final_stats=1 \
+        -artifact_prefix="fuzz/found/$target/" "$build/corpus/$target" "fuzz/corpus/$target" >"$log" 2>&1 || result=FAULT
+    executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
+    echo "$target: ${executions:-?} executions, $result"
+    if [ "$result" != clean ]; then
+        status=1
+        tail -n 40 "$log"
+    fi
+done
+if [ $status -ne 0 ]; then
+    cat <<'END'
+The inputs that failed are in fuzz/found/TARGET. To shorten one, run
+    build/fuzz/fuzz/TARGET_fuzzer -minimize_crash=1 -max_total_time=60 fuzz/found/TARGET/FILE
+and keep it for good, under a name that says what it shows, with
+    cp FILE fuzz/corpus/TARGET/NAME
+END
+fi
+exit $status
