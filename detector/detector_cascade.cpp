@@ -1,6 +1,7 @@
 #include "detector_cascade.h"
 
 #include "text_scan.h"
+#include "utf16_units.h"
 
 namespace zucharset {
 namespace {
@@ -42,6 +43,8 @@ static_assert(std::size(s_astCascade) == 27);
 
 #undef ZU_CASCADE_ROW
 
+constexpr size_t UTF16_ROWS = 2;
+
 // The quit flag is read once more in the middle of the cascade.
 constexpr size_t QUIT_ROW = 13;
 
@@ -73,14 +76,25 @@ ByteSet bytesOf(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
     return stBytes;
 }
 
-// Whether a row accepts the text. The bytes that occur are all that a single-byte test looks at, IsIso8859_1 apart;
-// and without a zero byte there is no ASCII unit, so that only a byte order mark can make a text UTF-16.
-bool accepts(const CASCADE_ROW_S &stRow, TEXT_S stText, const ByteSet &stBytes) {
-    if (stRow.pstKnown != nullptr && stRow.pfnTest != IsIso8859_1)
-        return stRow.pstKnown->includes(stBytes);
-    if (stRow.pstKnown == nullptr && !stBytes.has(0x00) && !stBytes.has(0xFE))
-        return false;
-    return stRow.pfnTest(stText.pu8, stText.s32Length) == 0;
+// The answer of a UTF-16 test, but that a quit request ends it. Without a zero byte there is no ASCII unit, so that
+// only a byte order mark can make a text UTF-16; the test itself sees to that, and logs it.
+bool acceptsUtf16(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl, TEXT_S stText,
+                  const ByteSet &stBytes) {
+    const uint32_t u32Start = stText.s32Length >= 2 ? loadAs<uint16_t>(stText.pu8) : 0;
+    if (u32Start == 0xFEFF || u32Start == 0xFFFE)
+        return stRow.pfnTest(stText.pu8, stText.s32Length) == 0;
+    const int32_t s32High = stRow.s32CodeType == ZU_CHARSET_CODETYPE_UCS16BE ? 0 : 1;
+    return stBytes.has(0x00) && checkUtf16Units(stText.pu8, stText.s32Length, s32High,
+                                                [&stControl] { return quitRequested(stControl); }) == 0;
+}
+
+// Whether a row accepts the text. The bytes that occur are all that a single-byte test looks at, IsIso8859_1 apart.
+bool accepts(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl, TEXT_S stText, const ByteSet &stBytes) {
+    if (stRow.pstKnown == nullptr)
+        return acceptsUtf16(stRow, stControl, stText, stBytes);
+    if (stRow.pfnTest == IsIso8859_1)
+        return IsIso8859_1(stText.pu8, stText.s32Length) == 0;
+    return stRow.pstKnown->includes(stBytes);
 }
 
 } // namespace
@@ -92,10 +106,10 @@ int32_t identifySingleByte(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
         return 0;
     const ByteSet stBytes = bytesOf(stControl, stText);
     for (size_t i = 0; i < std::size(s_astCascade); ++i) {
-        // The first look is at a request during the count of bytes, which leaves it unfinished.
-        if ((i == 0 || i == QUIT_ROW) && quitRequested(stControl))
+        // The first looks are at a request during the count of bytes or of units, which leaves them unfinished.
+        if ((i <= UTF16_ROWS || i == QUIT_ROW) && quitRequested(stControl))
             return 0;
-        if (accepts(s_astCascade[i], stText, stBytes))
+        if (accepts(s_astCascade[i], stControl, stText, stBytes))
             return s_astCascade[i].s32CodeType;
     }
     return 0;

@@ -1,11 +1,10 @@
 // The exported identification tests.
 #include "charset_common.h"
 #include "known_bytes.h"
+#include "utf16_units.h"
 
 namespace zucharset {
 namespace {
-
-// --- The decision rules ---
 
 // Accepts when more than s32Threshold of 100 bytes count. 64 bits, so that no length overflows the percentage.
 constexpr int32_t checkConfidentAbove(int32_t s32Total, int32_t s32Count, int32_t s32Threshold) {
@@ -13,42 +12,20 @@ constexpr int32_t checkConfidentAbove(int32_t s32Total, int32_t s32Count, int32_
     return s64Percentage <= s32Threshold ? -1 : 0;
 }
 
-// Accepts when a separator was seen or when fewer than 90 of 100 bytes lie outside ASCII units.
-constexpr int32_t checkConfidentBelow(int32_t s32Total, int32_t s32Separators, int32_t s32Rest) {
-    if (s32Separators > 0)
-        return 0;
-    const int64_t s64Percentage = s32Total > 0 ? int64_t{s32Rest} * 100 / s32Total : 0;
-    return s64Percentage > 89 ? -1 : 0;
-}
-
 constexpr int32_t ALL_BUT_ONE_PERCENT = 99;
 
 // --- UTF-16 ---
-
-constexpr int32_t IsUnicodeBECheckKnown(uint8_t u8Byte) {
-    return u8Byte == '\n' || u8Byte == ' ' || u8Byte == '\t' || u8Byte == ',' || u8Byte == '.' ? 0 : -1;
-}
 
 // Both byte orders; s32High is the place of the high byte in a code unit.
 int32_t isUnicode(const uint8_t *pu8Input, int32_t s32InputLen, int32_t s32High, const char *pszName,
                   LogSite stSite = LogSite::here()) {
     if (pu8Input == nullptr || s32InputLen <= 0)
         return refuse("invalid param!", stSite);
-    const int32_t s32Low = 1 - s32High;
-    if (s32InputLen >= 2 && pu8Input[s32High] == 0xFE && pu8Input[s32Low] == 0xFF) {
+    if (s32InputLen >= 2 && pu8Input[s32High] == 0xFE && pu8Input[1 - s32High] == 0xFF) {
         CHARSET_DBG_Printf(LOG_NOTICE, stSite.pszFile, stSite.s32Line, pszName, 0);
         return 0;
     }
-    int32_t s32Ascii = 0;
-    for (int32_t s32Pos = 0; s32Pos < s32InputLen - 1; s32Pos += 2) {
-        const uint8_t u8Low = pu8Input[s32Pos + s32Low];
-        if (pu8Input[s32Pos + s32High] != 0 || u8Low >= 0x80)
-            continue;
-        if (IsUnicodeBECheckKnown(u8Low) == 0)
-            return checkConfidentBelow(s32InputLen, 1, 0); // one separator decides, whatever follows
-        ++s32Ascii;
-    }
-    return checkConfidentBelow(s32InputLen, 0, s32InputLen - 2 * s32Ascii);
+    return checkUtf16Units(pu8Input, s32InputLen, s32High, [] { return false; });
 }
 
 // --- Single bytes ---

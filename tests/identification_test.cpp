@@ -45,7 +45,7 @@ TEST(Identification, EveryByteOfEverySet) {
     }
 }
 
-TEST(Identification, SymbolsOfTheFirstPart) {
+TEST(Identification, SymbolLimit) {
     for (const string &text : plain::fromHex("61*4 E9, 61*5 A9, 61*4 A0, 61*4 C0, 61*9 A1 BF, 61*81 B5*19"))
         EXPECT_TRUE(accepts(IsIso8859_1, text)) << text;
     for (const string &text : plain::fromHex("61*4 A9, 61*4 A1, 61*4 BF, A0*8 A1 BF, 61*80 B5*20, 61*5 A9 0A"))

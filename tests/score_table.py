@@ -41,7 +41,8 @@ SJIS_PAIR = rb"[\x81-\x9F\xE0-\xEF][\x40-\x7E\x80-\xFC]"
 GB_RULE, GBK_RULE = (GB, rb"[\xA1-\xF7][\xA1-\xFE]", rb"[\xB0-\xD7]", 200), (GBK, WIDE, b"$", 0)
 BIG5_RULE, BIG5_IN_PLUS = ((BIG5, BIG5_PAIR, fallback, 200) for fallback in (rb"[\xA4-\xC6]", rb"[\xA4-\xC5]"))
 KR_RULE, UHC_RULE = (KR, EUC, b"$", 0), ({}, rb"[\x81-\xFE][\x41-\x5A\x61-\x7A\x81-\xFE]", b"$", 0)
-SEGMENTS = {b"A": (rb"(?s)[\x21-\x77]{2}|.", GB_RULE), b"G": (rb"(?s)[\x21-\x7E]{2}|.", (TW, EUC, rb"[\xC4-\xFD]", 150))}
+SEGMENTS = {b"A": (rb"(?s)[\x21-\x77]{2}|.", GB_RULE),
+            b"G": (rb"(?s)[\x21-\x7E]{2}|.", (TW, EUC, rb"[\xC4-\xFD]", 150))}
 
 
 def f32(number):
