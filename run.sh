@@ -20,11 +20,14 @@ echo "== Detected"
 status=0
 for file in "${files[@]}"; do
     echo
-    echo "== $file as UTF-8"
     if [ $# -gt 0 ]; then
+        echo "== $file as UTF-8"
         "$zucharset" convert "$file" || status=$?
     else
-        "$zucharset" convert "$file" 2>&1 | sed -n 1,8p # a few lines of each sample tell enough
+        # Detection cannot tell every code page from its neighbours, and a sample's name says what it is.
+        encoding=$(basename "$file" .srt)
+        echo "== $file from $encoding to UTF-8"
+        "$zucharset" convert --from "$encoding" "$file" | sed -n 1,8p # a few lines of each tell enough
     fi
 done
 exit $status

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::array<Encoding, 31> kEncodings = {{
     {1, "Big5", "cp950 ms950 windows-950 950 big-five cn-big5", "Chinese, traditional", true, nullptr},
-    {2, "UTF-8", "u8 unicode-1-1-utf-8 cp65001 65001", "Unicode", true, nullptr},
+    {2, "UTF-8", "u8 unicode-1-1-utf-8 cp65001 65001 ascii us-ascii", "Unicode, plain ASCII", true, nullptr},
     {3, "ISO-8859-1", "latin1 l1 8859-1 iso-ir-100 cp28591", "Western European", false, IsIso8859_1},
     {4, "ISO-8859-2", "latin2 l2 8859-2 iso-ir-101 cp28592", "Central European", false, IsIso8859_2},
     {5, "ISO-8859-3", "latin3 l3 8859-3 iso-ir-109 cp28593", "South European, Maltese", true, IsIso8859_3},
