@@ -7,7 +7,7 @@ source "$top/tools/packages.sh"
 
 need_packages "${BUILD_PACKAGES[@]}"
 cd "$top"
-[ -f build/release/build.ninja ] || cmake --preset release -DZUCHARSET_TESTS=OFF >/dev/null
+cmake --preset release -DZUCHARSET_CLI=ON >/dev/null
 cmake --build --preset release --target zucharset_cli -- --quiet
 cd "$cd_from"
 
