@@ -82,7 +82,9 @@ static_assert(std::size(u16Ksc5601ToUniPage4a) / KSC_COLUMNS == 0xFD - 0xCA + 1)
 struct Cp949Decoder : CodePointDecoder<Cp949Decoder> {
     explicit Cp949Decoder(const ZU_CHARSETCONVERTER_Cp949_S &) {}
 
-    static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) { return conterCp949ToUtf8(pu8Input, s32Left); }
+    ZU_HOT static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
+        return *pu8Input < 0x80 ? character(*pu8Input, 1) : conterCp949ToUtf8(pu8Input, s32Left);
+    }
 
     // Nearly all of Korean text is Hangul of KS X 1001.
     ZU_HOT static uint32_t commonPair(const uint8_t *pu8Input) {
@@ -94,11 +96,9 @@ struct Cp949Decoder : CodePointDecoder<Cp949Decoder> {
     }
 
   private:
-    // A pair that is no code is taken whole, whatever its second byte.
+    // The character of a byte of 80 or more. A pair that is no code is taken whole, whatever its second byte.
     static CHARACTER_S conterCp949ToUtf8(const uint8_t *pu8Input, int32_t s32Left) {
         const uint8_t u8Lead = pu8Input[0];
-        if (u8Lead < 0x80)
-            return character(u8Lead, 1);
         if (u8Lead == 0x80)
             return character(0xFE65, 1);
         if (u8Lead == 0xFF)

@@ -55,27 +55,49 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
     }
 
     static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
-        for (int32_t i = 0; i < BLOCK_INPUT; i += ASCII_RUN) {
-            if (narrowAscii(stCursor)) {
-                stCursor = advanced(stCursor, ASCII_RUN, ASCII_RUN / 2);
+        if (narrowAscii<BLOCK_INPUT>(stCursor))
+            return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT / 2);
+        for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
+            if (narrowAscii<16>(stCursor)) {
+                stCursor = advanced(stCursor, 16, 8);
                 continue;
             }
-            for (int32_t s32Unit = 0; s32Unit < ASCII_RUN; s32Unit += 2)
-                stCursor = convertUnit(stCursor);
+            stCursor = convertFour(stCursor);
+            stCursor = convertFour(stCursor);
         }
         return stCursor;
     }
 
   private:
-    static constexpr int32_t ASCII_RUN = 16;
+    template <class Units> ZU_HOT static Units loadUnits(const uint8_t *pu8Input) {
+        const auto vUnits = loadAs<Units>(pu8Input);
+        return pfnGetUnicode == ConverterUCS16BEGetUnicode ? vUnits << 8 | vUnits >> 8 : vUnits;
+    }
 
     // Writes a byte for each of the next units and says whether all of them are ASCII.
-    ZU_HOT static bool narrowAscii(BLOCK_CURSOR_S stCursor) {
-        auto vUnits = loadAs<VECTOR_U16>(stCursor.pu8Input);
-        if (pfnGetUnicode == ConverterUCS16BEGetUnicode)
-            vUnits = vUnits << 8 | vUnits >> 8;
-        storeAs(stCursor.pu8Output, __builtin_convertvector(vUnits, VECTOR_U8_HALF));
-        return isZero(vUnits & 0xFF80);
+    template <int32_t s32Bytes> ZU_HOT static bool narrowAscii(BLOCK_CURSOR_S stCursor) {
+        VECTOR_U16 vAny{};
+        for (int32_t i = 0; i < s32Bytes; i += 16) {
+            const auto vUnits = loadUnits<VECTOR_U16>(stCursor.pu8Input + i);
+            storeAs(stCursor.pu8Output + i / 2, __builtin_convertvector(vUnits, VECTOR_U8_HALF));
+            vAny |= vUnits;
+        }
+        return isZero(vAny & 0xFF80);
+    }
+
+    // Four units: side by side if all of them take three bytes.
+    ZU_HOT static BLOCK_CURSOR_S convertFour(BLOCK_CURSOR_S stCursor) {
+        const auto vUnits = __builtin_convertvector(loadUnits<VECTOR_U16_HALF>(stCursor.pu8Input), VECTOR_U32);
+        if (HAS_VECTORS && isZero((vUnits & 0xF800) == 0)) {
+            const auto vPairs =
+                std::bit_cast<VECTOR_U64>(0x8080E0 | vUnits >> 12 | (vUnits & 0xFC0) << 2 | (vUnits & 0x3F) << 16);
+            storeAs(stCursor.pu8Output, (vPairs[0] & 0xFFFFFF) | vPairs[0] >> 32 << 24);
+            storeAs(stCursor.pu8Output + 6, (vPairs[1] & 0xFFFFFF) | vPairs[1] >> 32 << 24);
+            return advanced(stCursor, 8, 12);
+        }
+        for (int32_t s32Unit = 0; s32Unit < 4; ++s32Unit)
+            stCursor = convertUnit(stCursor);
+        return stCursor;
     }
 
     ZU_HOT static BLOCK_CURSOR_S convertUnit(BLOCK_CURSOR_S stCursor) {
