@@ -1,0 +1,27 @@
+# Run by CPack between the installation and the making of the packages: what Debian wants besides the files, and in the
+# form it wants.
+string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
+
+function(compress file)
+    execute_process(COMMAND gzip -9nf ${file} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+    string(TOUPPER ${component} upper)
+    set(package ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    set(usr ${CPACK_TEMPORARY_DIRECTORY}/${component}/usr)
+    set(doc ${usr}/share/doc/${package})
+    configure_file(${CPACK_ZUCHARSET_SOURCE}/LICENSE ${doc}/copyright COPYONLY)
+    configure_file(${CPACK_ZUCHARSET_SOURCE}/NOTICE ${doc}/NOTICE COPYONLY)
+    file(WRITE ${doc}/changelog.Debian
+        "${package} (${CPACK_PACKAGE_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; urgency=medium\n\n"
+        "  * See the project's change log.\n\n"
+        " -- ${CPACK_PACKAGE_CONTACT}  ${date}\n")
+    compress(${doc}/changelog.Debian)
+    configure_file(${CPACK_ZUCHARSET_SOURCE}/CHANGELOG.md ${doc}/changelog COPYONLY)
+    compress(${doc}/changelog)
+    file(GLOB pages ${usr}/share/man/man1/*.1)
+    foreach(page IN LISTS pages)
+        compress(${page})
+    endforeach()
+endforeach()

@@ -1,0 +1,78 @@
+#!/usr/bin/env bash
+# Installs the built packages into scratch Debian systems, uses them and removes them again; needs root.
+#   packaging/try-packages.sh FOLDER   FOLDER as packaging/build-packages.sh left it, build/packages
+# amd64 runs in a chroot. armhf programs run under qemu-arm against Debian's own armhf libraries.
+set -euo pipefail
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+source "$top/tools/packages.sh"
+packages=$(realpath "$1")
+need_packages mmdebstrap qemu-user dpkg-dev libc-bin
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+sample=$top/samples/subtitles/gbk.srt
+iconv -f GBK -t UTF-8 "$sample" >"$scratch/expected"
+# The archive that this machine uses itself.
+archive=$(apt-get indextargets --format '$(REPO_URI)' 'Codename: bookworm' 'Created-By: Packages' | sed -n 1p)
+scratch_debian() { mmdebstrap --quiet "$@" "deb $archive bookworm main"; }
+
+expect_nothing_left() { # FOLDER: no file of ours is in it
+    local left
+    left=$(find "$1/usr" \( -iname '*zucharset*' -o -iname '*vemora*' \) -print)
+    [ -z "$left" ] || { echo "error: left behind: $left" >&2; exit 1; }
+}
+
+echo "== amd64: a chroot"
+root=$scratch/amd64
+scratch_debian --variant=minbase --include=libstdc++6 bookworm "$root"
+mkdir "$root/try"
+cp "$packages"/*_amd64.deb "$sample" "$root/try"
+inside() { chroot "$root" "$@"; }
+
+echo "without a utility library the library is unpacked but not configured"
+inside sh -c 'dpkg -i /try/libzucharset1_*.deb' >"$scratch/log" 2>&1 || true
+grep 'depends on libvemora-utils-standin | libvemora-utils' "$scratch/log"
+[ "$(inside dpkg-query -W -f '${db:Status-Status}' libzucharset1)" = unpacked ]
+inside dpkg --purge libzucharset1 >/dev/null
+inside sh -c 'apt-get install -y -qq --no-install-recommends /try/*.deb' >/dev/null 2>&1
+inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
+inside dpkg --verify zucharset libzucharset1 libzucharset-dev libvemora-utils-standin
+
+echo "a player's own utility library takes the place of the stand-in"
+player=$scratch/player
+mkdir -p "$player/DEBIAN" "$player/usr/lib/x86_64-linux-gnu"
+cat >"$player/DEBIAN/control" <<'END'
+Package: example-player-utils
+Version: 1
+Architecture: amd64
+Maintainer: nobody <nobody@zucharset.invalid>
+Provides: libvemora-utils
+Conflicts: libvemora-utils
+Replaces: libvemora-utils
+Description: a player's utility library
+END
+cp "$root/usr/lib/x86_64-linux-gnu/libvemora_utils.so" "$player/usr/lib/x86_64-linux-gnu/"
+dpkg-deb --build --root-owner-group "$player" "$root/try/player.deb" >/dev/null
+inside apt-get install -y -qq /try/player.deb >/dev/null 2>&1
+inside dpkg -S libvemora_utils.so | grep '^example-player-utils:'
+inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
+inside apt-get purge -y -qq example-player-utils zucharset libzucharset1 libzucharset-dev >/dev/null 2>&1
+rm -rf "$root/try"
+expect_nothing_left "$root"
+
+echo "== armhf: unpacked, under qemu-arm"
+root=$scratch/armhf
+scratch_debian --variant=extract --architectures=armhf --include=libc6,libstdc++6,libgcc-s1 bookworm "$root"
+# The administration of the scratch system knows nothing of the libraries that were only unpacked.
+: >"$root/var/lib/dpkg/status"
+into() {
+    dpkg --root="$root" --force-architecture --force-depends --no-triggers "$@" >"$scratch/log" 2>&1 && return
+    cat "$scratch/log" >&2
+    exit 1
+}
+into --install "$packages"/*_armhf.deb
+emulated() { qemu-arm -L "$root" "$root/usr/bin/zucharset" "$@"; }
+emulated detect "$sample"
+emulated convert "$sample" | cmp - "$scratch/expected"
+into --purge zucharset libzucharset-dev libzucharset1 libvemora-utils-standin
+expect_nothing_left "$root"
+echo "All packages install, run and leave nothing behind."
