@@ -6,6 +6,8 @@
 //       the character at pu8Input, of which s32Left bytes, at least one, can be read
 //   void write(const CHARACTER_S &stChar, const uint8_t *pu8Input, uint8_t *pu8Output) const
 //       writes its stChar.s32Length bytes
+//   static bool copyPlainBlock(BLOCK_CURSOR_S stCursor)
+//       writes a block as if it were ASCII throughout, PLAIN_OUTPUT bytes, and says whether it is
 //   BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) const
 //       the same for all characters that begin within BLOCK_INPUT bytes, far from the ends of both buffers: the fast
 //       way, which gives what next() and write() give. A cursor goes by value because bytes written through a pointer
@@ -50,6 +52,26 @@ struct BLOCK_CURSOR_S {
     uint8_t *pu8Output;
 };
 
+constexpr BLOCK_CURSOR_S advanced(BLOCK_CURSOR_S stCursor, int32_t s32Taken, int32_t s32Length) {
+    return {stCursor.pu8Input + s32Taken, stCursor.pu8Output + s32Length};
+}
+
+// As many blocks as are sure to fit, at least one: a stretch of ASCII goes fast, and the first other block ends it.
+template <class Decoder>
+BLOCK_CURSOR_S convertBlocks(const Decoder &stDecoder, const HANDLE_CONTROL_S &stControl, BLOCK_CURSOR_S stCursor,
+                             int32_t s32Left, int32_t s32Room) {
+    const int32_t s32ByInput = (s32Left - BLOCK_MARGIN) / BLOCK_INPUT;
+    const int32_t s32ByRoom = (s32Room - BLOCK_ROOM) / BLOCK_INPUT + 1;
+    for (int32_t i = s32ByInput < s32ByRoom ? s32ByInput : s32ByRoom; i > 0; --i) {
+        if (!Decoder::copyPlainBlock(stCursor))
+            return stDecoder.convertBlock(stCursor);
+        stCursor = advanced(stCursor, BLOCK_INPUT, Decoder::PLAIN_OUTPUT);
+        if (quitRequested(stControl))
+            break;
+    }
+    return stCursor;
+}
+
 // Whole sequences only, never more than the capacity, a 0 byte behind the last one. Far from the ends the text goes
 // block by block, near them character by character.
 template <class Decoder>
@@ -60,7 +82,8 @@ int32_t convertToUtf8(const Decoder &stDecoder, const HANDLE_CONTROL_S &stContro
     uint8_t *pu8Write = pu8Output;
     while (s32Pos < s32InputLen && !quitRequested(stControl)) {
         if (s32InputLen - s32Pos >= BLOCK_INPUT + BLOCK_MARGIN && s32Room >= BLOCK_ROOM) {
-            const BLOCK_CURSOR_S stCursor = stDecoder.convertBlock({pu8Input + s32Pos, pu8Write});
+            const BLOCK_CURSOR_S stCursor =
+                convertBlocks(stDecoder, stControl, {pu8Input + s32Pos, pu8Write}, s32InputLen - s32Pos, s32Room);
             s32Room -= static_cast<int32_t>(stCursor.pu8Output - pu8Write);
             s32Pos = static_cast<int32_t>(stCursor.pu8Input - pu8Input);
             pu8Write = stCursor.pu8Output;
@@ -94,23 +117,29 @@ constexpr uint32_t threeByteSequence(uint32_t u32Unicode) {
     return 0x8080E0u | u32Unicode >> 12 | (u32Unicode & 0xFC0) << 2 | (u32Unicode & 0x3F) << 16;
 }
 
+// One byte or two is chosen by a mask, because letters and spaces come in no order that a processor could foresee.
 constexpr uint32_t wideSequence(const CHARACTER_S &stChar) {
     const uint32_t u32Unicode = stChar.u32Unicode;
     if (stChar.s32Length == 3)
         return threeByteSequence(u32Unicode);
-    return stChar.s32Length == 2 ? 0x80C0u | u32Unicode >> 6 | (u32Unicode & 0x3F) << 8 : u32Unicode;
+    const uint32_t u32Two = 0u - (u32Unicode >= 0x80 ? 1u : 0u);
+    return ((0x80C0u | u32Unicode >> 6 | (u32Unicode & 0x3F) << 8) & u32Two) | (u32Unicode & ~u32Two);
 }
 
-// Copies a block and says whether it is plain ASCII throughout.
-inline bool copyAsciiBlock(BLOCK_CURSOR_S stCursor) {
-    VECTOR_U64 vAny{};
-    for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
-        const auto vPart = loadAs<VECTOR_U64>(stCursor.pu8Input + i);
-        storeAs(stCursor.pu8Output + i, vPart);
-        vAny |= vPart;
+// The plain blocks of the encodings that leave the bytes 00 to 7F as they are.
+struct AsciiKeeper {
+    static constexpr int32_t PLAIN_OUTPUT = BLOCK_INPUT;
+
+    ZU_HOT static bool copyPlainBlock(BLOCK_CURSOR_S stCursor) {
+        VECTOR_U64 vAny{};
+        for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
+            const auto vPart = loadAs<VECTOR_U64>(stCursor.pu8Input + i);
+            storeAs(stCursor.pu8Output + i, vPart);
+            vAny |= vPart;
+        }
+        return isZero(vAny & HIGH_BITS);
     }
-    return isZero(vAny & HIGH_BITS);
-}
+};
 
 // Copies eight bytes and says how many of them are ASCII before the first that is not.
 inline int32_t copyAsciiWord(BLOCK_CURSOR_S stCursor) {
@@ -119,23 +148,17 @@ inline int32_t copyAsciiWord(BLOCK_CURSOR_S stCursor) {
     return std::countr_zero(u64Word & HIGH_BITS) / 8; // 64 for none: eight
 }
 
-constexpr BLOCK_CURSOR_S advanced(BLOCK_CURSOR_S stCursor, int32_t s32Taken, int32_t s32Length) {
-    return {stCursor.pu8Input + s32Taken, stCursor.pu8Output + s32Length};
-}
-
-// Base of the decoders that yield code points below 10000 and leave the bytes 00 to 7F as they are. Of a two-byte
-// encoding, a decoder may also offer
+// Base of the decoders of those encodings that yield code points below 10000. Of a two-byte encoding, a decoder may
+// also offer
 //   uint32_t commonPair(const uint8_t *pu8Input) const
 //       the code point of a valid pair, or anything below 800 where next() is to decide
-template <class Decoder> struct CodePointDecoder {
+template <class Decoder> struct CodePointDecoder : AsciiKeeper {
     static void write(const CHARACTER_S &stChar, const uint8_t *, uint8_t *pu8Output) {
         if (stChar.s32Length > 0)
             writeUtf8(stChar.u32Unicode, stChar.s32Length, pu8Output);
     }
 
     BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) const {
-        if (copyAsciiBlock(stCursor))
-            return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT);
         const auto &stDecoder = *static_cast<const Decoder *>(this);
         const uint8_t *const pu8End = stCursor.pu8Input + BLOCK_INPUT;
         while (stCursor.pu8Input < pu8End) {

@@ -54,9 +54,11 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
         writeUtf8(stChar.u32Unicode, stChar.s32Length, pu8Output);
     }
 
+    static constexpr int32_t PLAIN_OUTPUT = BLOCK_INPUT / 2;
+
+    ZU_HOT static bool copyPlainBlock(BLOCK_CURSOR_S stCursor) { return narrowAscii<BLOCK_INPUT>(stCursor); }
+
     static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
-        if (narrowAscii<BLOCK_INPUT>(stCursor))
-            return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT / 2);
         for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
             if (narrowAscii<16>(stCursor)) {
                 stCursor = advanced(stCursor, 16, 8);
@@ -115,7 +117,7 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
 constexpr auto ConverterGetUCS8Len = utf8SequenceLength;
 
 // Copies sequences, whatever they encode, and forces what follows a lead byte into continuation bytes.
-struct Ucs8Decoder {
+struct Ucs8Decoder : AsciiKeeper {
     explicit Ucs8Decoder(const ZU_CHARSETCONVERTER_Ucs_S &) {}
 
     ZU_HOT static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
@@ -133,8 +135,6 @@ struct Ucs8Decoder {
     }
 
     static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
-        if (copyAsciiBlock(stCursor))
-            return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT);
         // Well-formed text comes out as it is, and is copied already.
         const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input);
         if (s32WellFormed > 0)

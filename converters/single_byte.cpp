@@ -38,8 +38,6 @@ struct ExpandedDecoder : SingleByteDecoder {
     }
 
     BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) const {
-        if (copyAsciiBlock(stCursor))
-            return advanced(stCursor, BLOCK_INPUT, BLOCK_INPUT);
         for (int32_t i = 0; i < BLOCK_INPUT; i += 8) {
             const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
             if ((u64Word & HIGH_BITS) == 0) {

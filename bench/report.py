@@ -1,0 +1,246 @@
+"""Turns the results in build/bench into report.md there; with --full also into docs/performance.md and its plots."""
+import csv
+import json
+import math
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+import matplotlib
+matplotlib.use("Agg")
+import matplotlib.pyplot as plt
+
+TOP = Path(__file__).resolve().parent.parent
+RESULTS = TOP / "build/bench"
+DOCUMENT = TOP / "docs/performance.md"
+
+MIXES = {"ascii": "ASCII", "dense": "dense", "mixed": "mixed"}
+CONVERSION_SIZES = [1024, 65536, 4194304]
+DETECTION_SIZES = [16, 128, 1024, 8192, 65536, 1048576, 4194304]
+CONVERSION_TARGETS = {  # relative to iconv: ASCII, dense, mixed
+    "GBK": (40, 2.5, 3.0), "Big5": (45, 2.5, 3.5), "CP949": (36, 3.0, 3.5), "CP1251": (45, 3.5, 4.0),
+    "ISO-8859-1": (28, 6, 8), "UTF-16LE": (25, 6, 6), "UTF-8": (50, 12, 12)}
+DETECTION_RIVALS = ["uchardet", "enca"]
+AHEAD_FROM_8K_EXEMPT = {"ASCII subtitles", "UTF-8 subtitles"}
+OUTSIDE_TARGETS = {"UTF-16LE with mark"}  # the mark alone answers there
+COLOURS = {"zucharset": "#c1272d", "iconv": "#4d4d4d", "ICU": "#0071bc", "uchardet": "#8cae00", "enca": "#9467bd"}
+
+
+def load(part):
+    """The context and the median of every benchmark by its name."""
+    report = json.loads((RESULTS / f"{part}.json").read_text())
+    runs = sorted(report["benchmarks"], key=lambda run: run["family_index"])  # they ran in random order
+    medians = {run["run_name"]: run for run in runs if run.get("aggregate_name") == "median"}
+    assert all(run["time_unit"] == "ns" for run in medians.values())
+    return report["context"], medians
+
+
+def geometric_mean(values):
+    return math.exp(math.fsum(map(math.log, values)) / len(values)) if values else math.nan
+
+
+def times(ratio, target=0.0):
+    if math.isnan(ratio):
+        return "-"
+    text = f"{ratio:.0f}" if ratio >= 100 else "<0.01" if ratio < 0.01 else f"{ratio:#.3g}"
+    return text if ratio >= target else f"{text} (missed)"
+
+
+def size_name(size):
+    return f"{size} B" if size < 1024 else f"{size >> 10} KB" if size < 1 << 20 else f"{size >> 20} MB"
+
+
+def table(header, rows):
+    lines = ["| " + " | ".join(header) + " |", "|---|" + "---:|" * (len(header) - 1)]
+    return "\n".join(lines + ["| " + " | ".join(row) + " |" for row in rows]) + "\n"
+
+
+class Conversion:
+    def __init__(self):
+        self.context, self.runs = load("conversion")
+        self.encodings = list(dict.fromkeys(name.split("/")[1] for name in self.runs))
+
+    def speed(self, encoding, mix, size, state, who):
+        run = self.runs.get(f"conversion/{encoding}/{mix}/{size}/{state}/{who}")
+        return run["bytes_per_second"] if run else math.nan
+
+    def ratio(self, encoding, mix, state, who="zucharset", sizes=tuple(CONVERSION_SIZES)):
+        return geometric_mean([self.speed(encoding, mix, size, state, who) /
+                               self.speed(encoding, mix, size, state, "iconv") for size in sizes])
+
+    def target_table(self):
+        header = ["Encoding"] + [f"{title}, {what}" for title in MIXES.values() for what in ("target", "measured")]
+        rows = []
+        for encoding, targets in CONVERSION_TARGETS.items():
+            row = [encoding]
+            for mix, target in zip(MIXES, targets):
+                row += [f"{target:g}", times(self.ratio(encoding, mix, "warm"), target)]
+            rows.append(row)
+        return table(header, rows)
+
+    def size_table(self):
+        return table(["Held converter"] + [f"{title} {size_name(size)}" for title in MIXES.values() for size in CONVERSION_SIZES],
+                     [[encoding] + [times(self.ratio(encoding, mix, "warm", sizes=[size])) for mix in MIXES
+                                    for size in CONVERSION_SIZES] for encoding in self.encodings])
+
+    def other_table(self):
+        columns = [("cold", "zucharset", "new each time"), ("warm", "ICU", "ICU"), ("cold", "ICU", "ICU, new each time")]
+        return table(["Encoding"] + [f"{mix}, {title}" for *_, title in columns for mix in MIXES.values()],
+                     [[encoding] + [times(self.ratio(encoding, mix, state, who)) for state, who, _ in columns
+                                    for mix in MIXES] for encoding in self.encodings])
+
+    def plot(self, path):
+        figure, axes = plt.subplots(2, 1, figsize=(10, 8), sharex=True, constrained_layout=True)
+        for axis, mix in zip(axes, ["ascii", "dense"]):
+            for place, who in enumerate(["zucharset", "ICU", "iconv"]):
+                speeds = [geometric_mean([self.speed(encoding, mix, size, "warm", who) for size in CONVERSION_SIZES]) / 1e6
+                          for encoding in self.encodings]
+                axis.bar([x + 0.27 * (place - 1) for x in range(len(speeds))], speeds, 0.25, label=who, color=COLOURS[who])
+            axis.set_yscale("log")
+            axis.set_ylim(100, 30000)
+            axis.set_yticks([100, 200, 500, 1000, 2000, 5000, 10000, 20000])
+            axis.yaxis.set_major_formatter(lambda value, _: f"{value:g}")
+            axis.minorticks_off()
+            axis.set_ylabel("MB/s of input")
+            axis.set_title("Plain ASCII subtitles" if mix == "ascii" else "Dense text in the encoding's language", loc="left")
+            axis.grid(axis="y", alpha=0.4)
+            axis.set_axisbelow(True)
+        axes[1].set_xticks(range(len(self.encodings)), self.encodings)
+        axes[0].legend(ncol=3, loc="upper right", bbox_to_anchor=(1, 1.14), frameon=False)
+        figure.suptitle("Conversion to UTF-8: geometric mean over 1 KB, 64 KB and 4 MB, held converter")
+        save(figure, path)
+
+
+class Detection:
+    def __init__(self):
+        self.context, self.runs = load("detection")
+        names = [name.split("/") for name in self.runs if name.startswith("detection/")]
+        self.texts = list(dict.fromkeys(name[1] for name in names))
+        self.sizes = [size for size in DETECTION_SIZES if any(int(name[2]) == size for name in names)]
+
+    def time(self, text, size, who="zucharset"):
+        run = self.runs.get(f"detection/{text}/{size}/{who}")
+        return run["cpu_time"] / 1000 if run else math.nan
+
+    def ratio(self, text, size, who):
+        return self.time(text, size, who) / self.time(text, size)
+
+    def target_table(self):
+        texts = [text for text in self.texts if text not in OUTSIDE_TARGETS]
+        rows = []
+        for who in DETECTION_RIVALS:
+            if math.isnan(self.time(texts[0], 65536, who)):
+                rows.append([f"against {who}", "-", "not installed"])
+                continue
+            due = [(text, size) for text in texts for size in self.sizes
+                   if size >= 65536 or size >= 8192 and text not in AHEAD_FROM_8K_EXEMPT]
+            missed = [f"{text} {size_name(size)} ({times(self.ratio(text, size, who))})"
+                      for text, size in due if self.ratio(text, size, who) <= 1]
+            rows.append([f"ahead of {who}: every text from 64 KB, all but ASCII and UTF-8 from 8 KB", "all",
+                         f"{len(due) - len(missed)} of {len(due)}" + ("; missed: " + ", ".join(missed) if missed else "")])
+            mean = geometric_mean([self.ratio(text, size, who) for text in texts for size in self.sizes
+                                   if 8192 <= size <= 1048576])
+            rows.append([f"times as fast as {who}, geometric mean over the texts, 8 KB to 1 MB", "3", times(mean, 3)])
+        clear = self.runs["fixed/memset of an instance"]
+        floor = geometric_mean([self.time(text, 16) for text in texts]) * 1000 / clear["cpu_time"]
+        rows.append([f"16-byte identify over a memset of an instance ({clear['label']}), at most", "3",
+                     f"{floor:.2f}" + ("" if floor <= 3 else " (missed)")])
+        worst = max(self.time(text, 16) for text in texts) * 1000 / clear["cpu_time"]
+        rows.append(["the same, worst text", "3", f"{worst:.2f}" + ("" if worst <= 3 else " (missed)")])
+        return table(["Criterion", "target", "measured"], rows)
+
+    def size_tables(self):
+        sizes = [size_name(size) for size in self.sizes]
+        tables = [table(["Microseconds"] + sizes, [[text] + [f"{self.time(text, size):.1f}" for size in self.sizes]
+                                                   for text in self.texts])]
+        for who in DETECTION_RIVALS + ["ICU"]:
+            tables.append(table([f"Times as fast as {who}"] + sizes,
+                                [[text] + [times(self.ratio(text, size, who)) for size in self.sizes]
+                                 for text in self.texts]))
+        fixed = {name: self.runs[f"fixed/{name}"]["cpu_time"] / 1000
+                 for name in ("memset of an instance", "create and close")}
+        tables.append("Fixed cost: " + ", ".join(f"{name} {time:.1f} µs" for name, time in fixed.items()) + ".\n")
+        return "\n".join(tables)
+
+    def answer_table(self):
+        columns = ["zucharset"] + DETECTION_RIVALS + ["ICU"]
+        return table(["Answers at 64 KB"] + columns,
+                     [[text] + [self.runs.get(f"detection/{text}/65536/{who}", {}).get("label") or "none"
+                                for who in columns] for text in self.texts])
+
+    def plot(self, path):
+        shown = ["ASCII subtitles", "UTF-8 subtitles", "GBK subtitles", "CP949 subtitles", "CP1251 dense", "UTF-16LE subtitles"]
+        figure, axes = plt.subplots(2, 3, figsize=(12, 8), sharex=True, sharey=True, constrained_layout=True)
+        for axis, text in zip(axes.flat, shown):
+            for who in ["zucharset"] + DETECTION_RIVALS + ["ICU"]:
+                axis.plot(self.sizes, [self.time(text, size, who) for size in self.sizes], marker="o", markersize=4,
+                          linewidth=2.5 if who == "zucharset" else 1.5, color=COLOURS[who], label=who)
+            axis.set_xscale("log")
+            axis.set_yscale("log")
+            axis.set_xticks([16, 1024, 65536, 4194304], ["16 B", "1 KB", "64 KB", "4 MB"])
+            axis.minorticks_off()
+            axis.set_title(text)
+            axis.grid(alpha=0.4)
+        for axis in axes[:, 0]:
+            axis.set_ylabel("microseconds")
+        figure.suptitle("Time to detect the encoding of a text")
+        axes[0, 0].legend(frameon=False)
+        save(figure, path)
+
+
+def save(figure, path):
+    """As SVG; as PNG in the results, to look at."""
+    figure.savefig(path, metadata={"Date": None})
+    figure.savefig(RESULTS / f"{path.stem}.png", dpi=80)
+
+
+def instruction_table():
+    counts = {}
+    with open(RESULTS / "instructions.csv", newline="") as file:
+        for machine, operation, name, mix, count in csv.reader(file):
+            text = name if operation == "detect" else f"{name} {mix}"
+            counts.setdefault((operation, text), {})[machine] = float(count)
+    return table(["Instructions per byte", "x86-64", "32-bit ARM"],
+                 [[f"{operation} {text}", f"{of['x86-64']:.2f}", f"{of['arm']:.2f}"]
+                  for (operation, text), of in counts.items()])
+
+
+def machine(conversion, detection, mode):
+    model = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
+    compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True).stdout.splitlines()[0]
+    peers = {**conversion.context, **detection.context}
+    versions = [f"{peer} {peers[peer]}" for peer in ("iconv", "ICU", "uchardet", "enca") if peer in peers]
+    command = "./bench.sh" + (" --quick" if mode == "--quick" else "")
+    return (f"Measured on {conversion.context['date'][:10]} on {conversion.context['num_cpus']} processors"
+            f" {model[1] if model else 'of unknown make'}, compiler {compiler}, against {', '.join(versions)}, with"
+            f" `{command}`.\n")
+
+
+def main():
+    mode = sys.argv[1] if len(sys.argv) > 1 else "--full"
+    matplotlib.rcParams.update({"svg.hashsalt": "zucharset", "svg.fonttype": "none", "font.family": "sans-serif"})
+    conversion, detection = Conversion(), Detection()
+    sections = {
+        "machine": machine(conversion, detection, mode),
+        "conversion-targets": conversion.target_table(),
+        "conversion": conversion.size_table() + "\n" + conversion.other_table(),
+        "detection-targets": detection.target_table(),
+        "detection": detection.size_tables() + "\n" + detection.answer_table(),
+        "instructions": instruction_table(),
+    }
+    (RESULTS / "report.md").write_text("\n".join(f"## {name}\n\n{text}" for name, text in sections.items()))
+    plots = TOP / "docs" if mode == "--full" else RESULTS
+    conversion.plot(plots / "performance-conversion.svg")
+    detection.plot(plots / "performance-detection.svg")
+    if mode == "--full":
+        document = DOCUMENT.read_text()
+        for name, text in sections.items():
+            document, found = re.subn(rf"(<!-- bench:{name} -->\n).*?(<!-- /bench -->)",
+                                      lambda place: place[1] + text + place[2], document, flags=re.DOTALL)
+            if found != 1:
+                sys.exit(f"error: {DOCUMENT.name} needs one place marked bench:{name}, has {found}")
+        DOCUMENT.write_text(document)
+
+
+main()
