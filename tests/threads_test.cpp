@@ -4,6 +4,7 @@
 #include "support/recording_utils.h"
 #include "support/vast_text.h"
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -91,7 +92,7 @@ TEST_F(Threads, CommandsBesideWork) {
                 recording::takeWhole();
             }
         });
-        int worked = 0;
+        int worked = 0; // between two requests
         for (int round = 0; round < 300 || commands < 300; ++round) {
             worked += work(SAMPLES[static_cast<size_t>(round) % std::size(SAMPLES)]) == 0 ? 1 : 0;
             recording::takeWhole();
@@ -108,7 +109,7 @@ TEST_F(Threads, CommandsBesideWork) {
 class Quit : public Threads {
   protected:
     static constexpr int32_t SIZE = 1 << 30;
-    static constexpr double BOUND = 250; // milliseconds: far above what is measured, far below what the work takes
+    static constexpr double BOUND = 10; // milliseconds; one pass over the text takes several times that
 
     void SetUp() override {
         Threads::SetUp();
@@ -119,24 +120,25 @@ class Quit : public Threads {
 #endif
     }
 
-    // Starts the work, sends the request when it is well under way, and tells how long it then goes on.
-    static double milliseconds(const char *what, const std::function<void()> &work, ZU_CHARSET_SETDATAASYNC_FN setData,
-                               ZU_CHARSET_HANDLE handle) {
-        std::atomic<bool> started = false;
-        std::thread worker([&] {
-            started = true;
-            work();
-        });
-        while (!started)
-            std::this_thread::yield();
-        std::this_thread::sleep_for(std::chrono::milliseconds(30));
-        int32_t quit = 1;
-        const auto before = std::chrono::steady_clock::now();
-        EXPECT_EQ(setData(handle, ZU_CHARSET_CMD_QUIT, &quit), 0);
-        worker.join();
-        const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - before;
-        std::printf("%s: %.3f ms from the request to the end\n", what, time.count());
-        return time.count();
+    // Sends a request when the work is well under way, and tells how long it then goes on: the shortest of some tries,
+    // since the machine may have more to do than this.
+    static double milliseconds(const char *what, int tries, ZU_CHARSET_SETDATAASYNC_FN setData,
+                               ZU_CHARSET_HANDLE handle, const std::function<void()> &work) {
+        double shortest = 1e9;
+        for (int i = 0; i < tries; ++i) {
+            int32_t quit = 0;
+            EXPECT_EQ(setData(handle, ZU_CHARSET_CMD_QUIT, &quit), 0);
+            std::thread worker(work);
+            std::this_thread::sleep_for(std::chrono::milliseconds(30));
+            quit = 1;
+            const auto before = std::chrono::steady_clock::now();
+            EXPECT_EQ(setData(handle, ZU_CHARSET_CMD_QUIT, &quit), 0);
+            worker.join();
+            const std::chrono::duration<double, std::milli> time = std::chrono::steady_clock::now() - before;
+            shortest = std::min(shortest, time.count());
+        }
+        std::printf("%s: %.3f ms from the request to the end\n", what, shortest);
+        return shortest;
     }
 };
 
@@ -147,15 +149,14 @@ TEST_F(Quit, EndsAConversion) {
         for (const bool isHeld : {false, true}) {
             const Handle handle(entry);
             EXPECT_TRUE(!isHeld || handle.convert(type, unit).result == 0);
-            int32_t result = -7, written = INT32_MAX;
-            uint32_t consumed = 0;
             const auto work = [&, type = type] {
-                result = entry.pfnConverterConvStream(handle.handle, input.first, SIZE, output.first, &written, type, 2,
-                                                      &consumed);
+                int32_t written = INT32_MAX;
+                uint32_t consumed = 0;
+                entry.pfnConverterConvStream(handle.handle, input.first, SIZE, output.first, &written, type, 2,
+                                             &consumed);
+                EXPECT_LT(consumed, SIZE);
             };
-            EXPECT_LT(milliseconds("conversion", work, entry.pfnConverterSetDataAsync, handle.handle), BOUND);
-            EXPECT_EQ(result, isHeld ? 0 : -1);
-            EXPECT_TRUE(consumed > 0 && consumed < SIZE) << consumed;
+            EXPECT_LT(milliseconds("conversion", 3, entry.pfnConverterSetDataAsync, handle.handle, work), BOUND);
         }
     }
 }
@@ -163,15 +164,11 @@ TEST_F(Quit, EndsAConversion) {
 TEST_F(Quit, EndsADetector) {
     const VastText input("\xCF\xF0\xE8\xE2\xE5\xF2\n ");
     const std::string_view text(reinterpret_cast<const char *>(input.first), SIZE);
-    int32_t type = 0;
-    const auto work = [&] { type = identify(g_stCOMMON_detector, detector, text); };
-    EXPECT_LT(milliseconds("detector", work, g_stCOMMON_detector.pfnDetectorSetDataAsync, detector), BOUND);
-    EXPECT_EQ(type, -1);
+    const auto work = [&] { EXPECT_EQ(identify(g_stCOMMON_detector, detector, text), -1); };
+    EXPECT_LT(milliseconds("detector", 3, g_stCOMMON_detector.pfnDetectorSetDataAsync, detector, work), BOUND);
     // Through the entry a request takes effect when the detector is done: the answer is refused, no sooner.
-    const auto manager = [&] { type = identify(entry, detection, text); };
-    type = 0;
-    milliseconds("identify of the entry", manager, entry.pfnDetectorSetDataAsync, detection);
-    EXPECT_EQ(type, -1);
+    const auto whole = [&] { EXPECT_EQ(identify(entry, detection, text), -1); };
+    milliseconds("identify of the entry", 1, entry.pfnDetectorSetDataAsync, detection, whole);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,10 +21,9 @@ inline std::string fromHex(std::string_view hex) {
 }
 
 inline const ZU_CHARSET_S &converterOf(int32_t codeType) {
-    size_t i = 0;
-    while (i + 1 < std::size(CONVERTERS) && CONVERTERS[i]->pfnConverterFind(codeType, ZU_CHARSET_CODETYPE_UTF8) != 0)
-        ++i;
-    return *CONVERTERS[i];
+    return **std::find_if(CONVERTERS, std::end(CONVERTERS) - 1, [codeType](const ZU_CHARSET_S *record) {
+        return record->pfnConverterFind(codeType, ZU_CHARSET_CODETYPE_UTF8) == 0;
+    });
 }
 
 struct Converted {
@@ -45,8 +45,9 @@ struct Handle {
 
     int32_t setQuit(int32_t quit) const { return record.pfnConverterSetDataAsync(handle, ZU_CHARSET_CMD_QUIT, &quit); }
 
-    // Converts between buffers of the exact sizes that a host must provide.
-    Converted convert(int32_t codeType, std::string_view input, size_t capacity) const {
+    // Converts between buffers of the exact sizes that a host must provide, the room being three times the input.
+    Converted convert(int32_t codeType, std::string_view input, size_t room = SIZE_MAX) const {
+        const size_t capacity = room < SIZE_MAX ? room : 3 * input.size();
         const std::vector<uint8_t> in(input.begin(), input.end());
         std::vector<uint8_t> out(capacity + 1 + 8, 0xA5);
         auto length = static_cast<int32_t>(capacity);
@@ -60,8 +61,5 @@ struct Handle {
             EXPECT_EQ(out[converted.output.size()], 0) << "terminating zero";
         }
         return converted;
-    }
-    Converted convert(int32_t codeType, std::string_view input) const {
-        return convert(codeType, input, 3 * input.size());
     }
 };

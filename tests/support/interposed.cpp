@@ -33,10 +33,9 @@ void *malloc(size_t size) noexcept {
     if (mallocsLeft > 0 && --mallocsLeft == 0)
         return nullptr;
     void *const address = (__interceptor_malloc != nullptr ? __interceptor_malloc : __libc_malloc)(size);
-    for (void *vacant = nullptr; std::atomic<void *> & block : blocks) {
-        if (block.compare_exchange_strong(vacant, address))
+    for (std::atomic<void *> &block : blocks) {
+        if (void *vacant = nullptr; block.compare_exchange_strong(vacant, address))
             return address;
-        vacant = nullptr;
     }
     std::abort(); // more blocks than any test leaves open
 }
@@ -74,7 +73,6 @@ int unwipedBlocks() { return unwiped; }
 int flushes() { return flushCount; }
 void setLocalTime(bool known) { timeKnown = known; }
 int liveBlocks() {
-    return static_cast<int>(
-        std::count_if(blocks, std::end(blocks), [](const auto &block) { return block != nullptr; }));
+    return static_cast<int>(std::size(blocks) - static_cast<size_t>(std::count(blocks, std::end(blocks), nullptr)));
 }
 } // namespace recording
