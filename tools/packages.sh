@@ -24,4 +24,4 @@ need_packages() {
 
 # The packages that a build needs, and those that the tests need besides.
 BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev)
-TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen g++-arm-linux-gnueabihf qemu-user)
+TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-tools g++-arm-linux-gnueabihf qemu-user)
