@@ -36,6 +36,7 @@ TEST(Stream, PartsGiveTheWhole) {
             characters.push_back({fromHex(piece.in), fromHex(piece.out), piece.awaits});
             characters.insert(characters.end(), i / pieces.size() % 3 * 19, {ascii, " "});
         }
+        characters.insert(characters.end(), 120, characters[0]); // whole blocks, some of them growing threefold
         for (const Piece &piece : characters) {
             text += piece.in;
             whole += piece.out;
