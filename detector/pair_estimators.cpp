@@ -201,6 +201,39 @@ constexpr int32_t sjisCell(uint8_t u8Trail) {
 static_assert(sjisRow(0x93, 0xFA) == 38 - 1 && sjisCell(0xFA) == 92 - 1);
 static_assert(sjisRow(0xEF, 0xFC) == 94 - 1 && sjisCell(0xFC) == 94 - 1 && sjisCell(0x9E) == 94 - 1);
 
+// Whether a text can reach a score at all. A pair needs a lead byte, and every other byte above 7E starts a pair that
+// is refused unless an accepted one took it as its trail byte. Counting both kinds is far cheaper than stepping
+// through.
+bool sjisCanReach(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target) {
+    if (!HAS_VECTORS)
+        return true;
+    int32_t s32High = 0;
+    int32_t s32Leads = 0;
+    int32_t s32Pos = 0;
+    for (; stText.s32Length - s32Pos >= TEXT_BLOCK && !quitRequested(stDetector.stControl); s32Pos += TEXT_BLOCK) {
+        VECTOR_MASK vHigh{}; // counted downwards, a true mask being -1
+        VECTOR_MASK vLeads{};
+        for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
+            const auto vText = loadAs<VECTOR_U8>(stText.pu8 + s32Pos + i);
+            vHigh += vText > 0x7E;
+            vLeads += ((vText >= 0x81) & (vText <= 0x9F)) | ((vText >= 0xE0) & (vText <= 0xEF));
+        }
+        s32High += sumOfBytes(-vHigh);
+        s32Leads += sumOfBytes(-vLeads);
+    }
+    // The rest of the text is taken for lead bytes, and the last byte starts nothing: both can only raise the bound.
+    const int32_t s32ByLeads = s32Leads + (stText.s32Length - s32Pos);
+    const int32_t s32BySize = stText.s32Length / 2 + 1;
+    const int32_t s32Accepted = s32ByLeads < s32BySize ? s32ByLeads : s32BySize;
+    const int32_t s32OtherStarts = s32High - s32Leads - 1;
+    PAIR_TOTALS_S stBest;
+    stBest.s32Good += s32Accepted;
+    stBest.s32Total += s32OtherStarts > s32Accepted ? s32OtherStarts : s32Accepted;
+    stBest.s64Freqsum = 600;
+    stBest.s64Weight = 500;
+    return stBest.canReach(s32Target, 0);
+}
+
 } // namespace
 
 void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target,
@@ -212,6 +245,8 @@ void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, 
 
 // The one estimator that moves on by a single byte after a pair that it refuses.
 int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target) {
+    if (s32Target > 0 && !sjisCanReach(stDetector, stText, s32Target))
+        return 0;
     constexpr int32_t s32CheckEvery = 16 * QUIT_BLOCK;
     PAIR_TOTALS_S stTotals;
     const int32_t s32Last = stText.s32Length - 1;

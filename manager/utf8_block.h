@@ -40,6 +40,12 @@ template <class Vector> bool isZero(Vector vAny) {
 constexpr uint64_t EVERY_BYTE = 0x0101010101010101;
 constexpr uint64_t HIGH_BITS = 0x80 * EVERY_BYTE;
 
+// The sum of sixteen bytes, each at most 15.
+template <class Vector> int32_t sumOfBytes(Vector vBytes) {
+    const auto vWords = std::bit_cast<VECTOR_U64>(vBytes);
+    return static_cast<int32_t>((vWords[0] + vWords[1]) * EVERY_BYTE >> 56);
+}
+
 // Length of the sequence that a byte of UTF-8 begins, in the definition of up to six bytes; 0 for a continuation byte,
 // which begins none.
 constexpr int32_t utf8SequenceLength(uint8_t u8Lead) {

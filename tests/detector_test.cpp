@@ -1,3 +1,4 @@
+#include "estimators.h"
 #include "support/plain_detector.h"
 #include "support/recording_utils.h"
 
@@ -101,6 +102,24 @@ TEST_F(Detector, LongTextsAndScoresThatRiseLate) {
                 ASSERT_NO_FATAL_FAILURE(compare(fromHex(poor + std::to_string(n) + good + std::to_string(m))[0]));
         }
         EXPECT_EQ(named.size(), 2u);
+    }
+}
+
+// With a target an estimator may stop early, but never where its score would have reached the target.
+TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
+    for (int i = 0; i < 20000; ++i) {
+        const string text = mixture(1 + upTo(i % 20 == 0 ? 3000 : 300));
+        const TEXT_S bytes{reinterpret_cast<const uint8_t *>(text.data()), static_cast<int32_t>(text.size())};
+        const plain::Scores exact = scores(bytes.pu8, text.size());
+        const auto target = static_cast<int32_t>(40 + upTo(68));
+        SCORES_S early{};
+        _Detector_pairs_probability(*instance, bytes, target, early);
+        early.as32[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(*instance, bytes, target);
+        for (const int candidate : {0, 1, 2, 4, 5, 8, 9, 12, 13}) {
+            const int32_t lost =
+                exact[candidate] >= target ? exact[candidate] : std::min(early.as32[candidate], target - 1);
+            ASSERT_EQ(early.as32[candidate], lost) << candidate << " " << target << testing::PrintToString(text);
+        }
     }
 }
 
