@@ -1,6 +1,8 @@
 #include "support/conversion.h"
 #include "support/recording_utils.h"
 
+#include <random>
+
 namespace {
 
 // One character of a text; awaits: the decoder must see the byte behind it first.
@@ -62,6 +64,34 @@ TEST(Stream, PartsGiveTheWhole) {
             check(cut, 3 * cut);
         for (size_t capacity = text.size(); capacity <= whole.size() + 1; ++capacity)
             check(text.size(), capacity);
+    }
+}
+
+// Long input goes by the block, short input never: what a text gives at once it must give in short pieces too.
+TEST(Stream, BlocksGiveWhatCharactersGive) {
+    std::mt19937 random(20260);
+    const auto upTo = [&random](size_t last) { return random() % (last + 1); };
+    for (int i = 0; i < 33 * 120; ++i) {
+        const int32_t type = 1 + i / 120;
+        const Handle handle(converterOf(type));
+        std::string text;
+        while (text.size() < static_cast<size_t>(i % 120) * 8 + 8) { // runs of ASCII, of foreign bytes, of anything
+            const size_t kind = upTo(3);
+            for (size_t run = upTo(kind == 0 ? 90 : 20); run > 0; --run)
+                text += static_cast<char>(kind == 0 ? upTo(0x7F) : kind == 1 ? 0x80 + upTo(0x7F) : upTo(0xFF));
+            text.append(kind == 3 ? 80 : 0, '\0'); // which is ASCII in UTF-16 as well
+        }
+        std::string pieces;
+        size_t consumed = 0;
+        for (uint32_t taken = 1; taken > 0 && consumed < text.size(); consumed += taken) {
+            const Converted part = handle.convert(type, std::string_view(text).substr(consumed, 40));
+            pieces += part.output;
+            taken = part.result == 0 ? part.consumed : 0;
+        }
+        const Converted whole = handle.convert(type, text);
+        ASSERT_EQ(whole.output, pieces) << type << testing::PrintToString(text);
+        ASSERT_EQ(whole.result == 0 ? whole.consumed : 0, consumed) << type;
+        recording::takeLines();
     }
 }
 
