@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds and runs every test: on this machine as released and under the sanitizers, and on 32-bit ARM under emulation.
+# Builds and runs every test: on this machine as released and under the sanitizers (of threads: where threads meet), and
+# on 32-bit ARM under emulation.
 #   ./test.sh            everything
 #   ./test.sh PRESET...  only these presets: release, debug, tsan, arm
 set -euo pipefail
