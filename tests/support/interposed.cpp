@@ -12,7 +12,10 @@
 #include <link.h>
 #include <sys/time.h>
 
-static std::atomic<void *> blocks[64];
+static struct {
+    std::atomic<void *> address;
+    size_t size;
+} blocks[64];
 static std::atomic<int> unwiped;
 static thread_local int mallocsLeft = 0, flushCount = 0;
 static thread_local bool timeKnown = true;
@@ -33,18 +36,21 @@ void *malloc(size_t size) noexcept {
     if (mallocsLeft > 0 && --mallocsLeft == 0)
         return nullptr;
     void *const address = (__interceptor_malloc != nullptr ? __interceptor_malloc : __libc_malloc)(size);
-    for (std::atomic<void *> &block : blocks) {
-        if (void *vacant = nullptr; block.compare_exchange_strong(vacant, address))
+    for (auto &block : blocks) {
+        if (void *vacant = nullptr; block.address.compare_exchange_strong(vacant, address)) {
+            block.size = size;
             return address;
+        }
     }
     std::abort(); // more blocks than any test leaves open
 }
 
 void free(void *address) noexcept {
-    for (std::atomic<void *> &block : blocks) {
-        if (address != nullptr && block == address) {
-            unwiped += std::memcmp(address, "\0\0\0\0\0\0\0", 8) != 0; // every handle is longer
-            block = nullptr;
+    for (auto &block : blocks) {
+        if (address != nullptr && block.address == address) {
+            const auto *const bytes = static_cast<const char *>(address);
+            unwiped += std::any_of(bytes, bytes + block.size, [](char byte) { return byte != 0; });
+            block.address = nullptr;
         }
     }
     (__interceptor_free != nullptr ? __interceptor_free : __libc_free)(address);
@@ -73,6 +79,7 @@ int unwipedBlocks() { return unwiped; }
 int flushes() { return flushCount; }
 void setLocalTime(bool known) { timeKnown = known; }
 int liveBlocks() {
-    return static_cast<int>(std::size(blocks) - static_cast<size_t>(std::count(blocks, std::end(blocks), nullptr)));
+    return static_cast<int>(
+        std::count_if(blocks, std::end(blocks), [](const auto &each) { return each.address != nullptr; }));
 }
 } // namespace recording
