@@ -1,19 +1,18 @@
 // The Big5 converter. Big5 is read through one table of code points stored high byte first, which the handle carries as
 // a private copy. The table holds only the two bands of trail bytes, 157 entries for each lead byte.
-#include "converter_output.h"
+#include "two_byte.h"
 
 #include "tables/big5_table.h"
 
 namespace zucharset {
 namespace {
 
-constexpr int32_t BIG5_LOW_TRAILS = 63; // trail bytes 40 to 7E; A1 to FE follow
-constexpr int32_t BIG5_COLUMNS = BIG5_LOW_TRAILS + 94;
-constexpr int32_t BIG5_ROWS = 0xF9 - 0xA1 + 1;
+// Trail bytes 40 to 7E and A1 to FE.
+constexpr PAIR_GRID_S BIG5_GRID{0xA1, 0xF9, 0x40, 0xFE, 0x7F, 0xA1 - 0x7F};
 constexpr int32_t BIG5_TABLE_SIZE = 27946;
 
 static_assert(sizeof g_Converter_Big5ConverterToUnicodeTable == BIG5_TABLE_SIZE);
-static_assert(BIG5_ROWS * BIG5_COLUMNS * 2 == BIG5_TABLE_SIZE);
+static_assert(BIG5_GRID.columns() == 157 && BIG5_GRID.rows() * BIG5_GRID.columns() * 2 == BIG5_TABLE_SIZE);
 
 struct ZU_CHARSETCONVERTER_Big5_S {
     uint8_t au8ToUnicode[BIG5_TABLE_SIZE];
@@ -31,32 +30,12 @@ int32_t initBig5(ZU_CHARSET_HANDLE hNew) {
     return 0;
 }
 
-// Column of each trail byte in a row of the table. A look-up, because the two bands of trail bytes mix in no order that
-// a processor could foresee.
-constexpr uint8_t NO_COLUMN = 0xFF;
-
-struct TRAIL_COLUMNS_S {
-    uint8_t au8[256];
-};
-
-constexpr TRAIL_COLUMNS_S s_stColumns = [] {
-    TRAIL_COLUMNS_S stColumns{};
-    for (int32_t s32Trail = 0; s32Trail < 256; ++s32Trail) {
-        uint8_t &u8Column = stColumns.au8[s32Trail];
-        if (s32Trail >= 0x40 && s32Trail <= 0x7E)
-            u8Column = static_cast<uint8_t>(s32Trail - 0x40);
-        else if (s32Trail >= 0xA1 && s32Trail <= 0xFE)
-            u8Column = static_cast<uint8_t>(s32Trail - 0xA1 + BIG5_LOW_TRAILS);
-        else
-            u8Column = NO_COLUMN;
-    }
-    return stColumns;
-}();
-
 // Byte position of a pair's entry, which may lie behind the table; -1 when the second byte is no trail byte.
 constexpr int32_t converterGetIndex(uint8_t u8Lead, uint8_t u8Trail) {
-    const uint8_t u8Column = s_stColumns.au8[u8Trail];
-    return u8Column == NO_COLUMN ? -1 : 2 * ((u8Lead - 0xA1) * BIG5_COLUMNS + u8Column);
+    const uint32_t u32Column = BIG5_GRID.columnOf(u8Trail);
+    if (u32Column == PAIR_GRID_S::NOWHERE)
+        return -1;
+    return static_cast<int32_t>(2 * ((u8Lead - BIG5_GRID.u8FirstLead) * BIG5_GRID.columns() + u32Column));
 }
 
 static_assert(converterGetIndex(0xA1, 0x7E) == 2 * 62 && converterGetIndex(0xA1, 0xA1) == 2 * 63);
@@ -64,7 +43,9 @@ static_assert(converterGetIndex(0xF9, 0xFE) == BIG5_TABLE_SIZE - 2);
 static_assert(converterGetIndex(0xA4, 0x7F) == -1 && converterGetIndex(0xA4, 0xA0) == -1 &&
               converterGetIndex(0xA4, 0x3F) == -1 && converterGetIndex(0xA4, 0xFF) == -1);
 
-struct Big5Decoder : CodePointDecoder<Big5Decoder> {
+struct Big5Decoder : TwoByteDecoder<Big5Decoder> {
+    static constexpr PAIR_GRID_S GRID = BIG5_GRID;
+
     const uint8_t *pu8ToUnicode;
 
     explicit Big5Decoder(const ZU_CHARSETCONVERTER_Big5_S &stConv) : pu8ToUnicode(stConv.au8ToUnicode) {}
@@ -78,15 +59,16 @@ struct Big5Decoder : CodePointDecoder<Big5Decoder> {
         return converterHigh(pu8Input, s32Left);
     }
 
-    ZU_HOT uint32_t commonPair(const uint8_t *pu8Input) const {
-        const uint32_t u32Row = pu8Input[0] - 0xA1u;
-        const int32_t s32Index = converterGetIndex(pu8Input[0], pu8Input[1]);
-        if (u32Row >= BIG5_ROWS || s32Index < 0)
-            return 0;
-        return __builtin_bswap16(loadAs<uint16_t>(pu8ToUnicode + s32Index));
+    ZU_HOT uint32_t entry(uint32_t u32Row, uint32_t u32Column) const {
+        return at(size_t{2} * (u32Row * GRID.columns() + u32Column));
     }
 
   private:
+    // Swapped as a word: a processor is slow at half registers.
+    ZU_HOT uint32_t at(size_t u32Index) const {
+        return __builtin_bswap32(loadAs<uint16_t>(pu8ToUnicode + u32Index)) >> 16;
+    }
+
     static CHARACTER_S converterLow(uint8_t u8Byte) { return character(u8Byte == 0x80 ? 0xFE65u : u8Byte, 1); }
 
     ZU_HOT CHARACTER_S converterHigh(const uint8_t *pu8Input, int32_t s32Left) const {
@@ -99,7 +81,7 @@ struct Big5Decoder : CodePointDecoder<Big5Decoder> {
             return character(REPLACEMENT, 1);
         if (s32Index >= BIG5_TABLE_SIZE)
             return character(REPLACEMENT, 2);
-        return character(__builtin_bswap16(loadAs<uint16_t>(pu8ToUnicode + s32Index)), 2);
+        return character(at(static_cast<size_t>(s32Index)), 2);
     }
 };
 

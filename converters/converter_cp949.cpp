@@ -1,7 +1,7 @@
 // The CP949 converter: Korean text in code page 949. The code page has three areas of two-byte codes. The two of the
 // Unified Hangul Code are stored as a base for each half row and an 8-bit offset for each code; KS X 1001 is stored as
 // flat tables, one for each band of assigned rows. All handles share the tables.
-#include "converter_output.h"
+#include "two_byte.h"
 
 #include "tables/cp949_tables.h"
 
@@ -22,7 +22,7 @@ struct ZU_CHARSETCONVERTER_Cp949_S {
 constexpr int32_t UHC1_COLUMNS = 178;
 constexpr int32_t UHC2_COLUMNS = 84;
 constexpr int32_t UHC2_CODES = sizeof u8Uhc2ToUni;
-constexpr int32_t KSC_COLUMNS = 94;
+constexpr uint32_t KSC_COLUMNS = 94;
 
 // Column of a trail byte in the Unified Hangul Code areas; -1 for a byte that is none.
 constexpr int32_t uhcColumn(uint8_t u8Trail) {
@@ -54,46 +54,42 @@ constexpr uint32_t _CP949_Uhc2ToUnicode(uint8_t u8Lead, uint8_t u8Trail) {
     return u16Uhc2ToUniMain[2 * s32Row + s32Half] + uint32_t{u8Uhc2ToUni[s32Code]};
 }
 
-// Leads and trails A1 to FE.
-constexpr uint32_t _CP949_KscToUnicode(uint8_t u8Lead, uint8_t u8Trail) {
-    const int32_t s32Column = u8Trail - 0xA1;
-    if (u8Lead == 0xA2 && u8Trail == 0xE8)
+// Rows and columns of KS X 1001, from 0: leads and trails A1 to FE. Nearly all of Korean text is Hangul, which comes
+// first.
+ZU_HOT constexpr uint32_t _CP949_KscToUnicode(uint32_t u32Row, uint32_t u32Column) {
+    constexpr uint32_t u32Page30 = (0x30 - 0x21) * KSC_COLUMNS;
+    constexpr uint32_t u32Page4a = (0x4A - 0x21) * KSC_COLUMNS;
+    const uint32_t u32Code = u32Row * KSC_COLUMNS + u32Column;
+    if (u32Code - u32Page30 < std::size(u16Ksc5601ToUniPage30))
+        return u16Ksc5601ToUniPage30[u32Code - u32Page30];
+    if (u32Row == 0xA2 - 0xA1 && u32Column == 0xE8 - 0xA1)
         return REPLACEMENT; // unassigned in the code page, though KS X 1001 has a character here
-    if (u8Lead == 0xC9)
-        return 0xE000u + static_cast<uint32_t>(s32Column); // the two user-defined rows
-    if (u8Lead == 0xFE)
-        return 0xE05Eu + static_cast<uint32_t>(s32Column);
-    constexpr int32_t s32Page30 = (0x30 - 0x21) * KSC_COLUMNS;
-    constexpr int32_t s32Page4a = (0x4A - 0x21) * KSC_COLUMNS;
-    const int32_t s32Code = (u8Lead - 0xA1) * KSC_COLUMNS + s32Column;
-    if (s32Code < static_cast<int32_t>(std::size(u16Ksc5601ToUniPage21)))
-        return u16Ksc5601ToUniPage21[s32Code];
-    if (s32Code < s32Page30)
+    if (u32Code < std::size(u16Ksc5601ToUniPage21))
+        return u16Ksc5601ToUniPage21[u32Code];
+    if (u32Code < u32Page30)
         return REPLACEMENT;
-    if (s32Code < s32Page30 + static_cast<int32_t>(std::size(u16Ksc5601ToUniPage30)))
-        return u16Ksc5601ToUniPage30[s32Code - s32Page30];
-    return u16Ksc5601ToUniPage4a[s32Code - s32Page4a];
+    if (u32Row == 0xC9 - 0xA1)
+        return 0xE000u + u32Column; // the two user-defined rows
+    if (u32Row == 0xFE - 0xA1)
+        return 0xE05Eu + u32Column;
+    return u16Ksc5601ToUniPage4a[u32Code - u32Page4a];
 }
 
 // The row C9, user-defined, is all that lies between the Hangul and the Hanja.
 static_assert(std::size(u16Ksc5601ToUniPage30) / KSC_COLUMNS == 0xC8 - 0xB0 + 1);
 static_assert(std::size(u16Ksc5601ToUniPage4a) / KSC_COLUMNS == 0xFD - 0xCA + 1);
 
-struct Cp949Decoder : CodePointDecoder<Cp949Decoder> {
+struct Cp949Decoder : TwoByteDecoder<Cp949Decoder> {
+    static constexpr PAIR_GRID_S GRID{0xA1, 0xFE, 0xA1, 0xFE, 0, 0};
+    static_assert(GRID.columns() == KSC_COLUMNS);
+
     explicit Cp949Decoder(const ZU_CHARSETCONVERTER_Cp949_S &) {}
 
     ZU_HOT static CHARACTER_S next(const uint8_t *pu8Input, int32_t s32Left) {
         return *pu8Input < 0x80 ? character(*pu8Input, 1) : conterCp949ToUtf8(pu8Input, s32Left);
     }
 
-    // Nearly all of Korean text is Hangul of KS X 1001.
-    ZU_HOT static uint32_t commonPair(const uint8_t *pu8Input) {
-        const uint32_t u32Row = pu8Input[0] - 0xB0u;
-        const uint32_t u32Column = pu8Input[1] - 0xA1u;
-        if (u32Row > 0xC8 - 0xB0 || u32Column >= KSC_COLUMNS)
-            return 0;
-        return u16Ksc5601ToUniPage30[u32Row * KSC_COLUMNS + u32Column];
-    }
+    ZU_HOT static uint32_t entry(uint32_t u32Row, uint32_t u32Column) { return _CP949_KscToUnicode(u32Row, u32Column); }
 
   private:
     // The character of a byte of 80 or more. A pair that is no code is taken whole, whatever its second byte.
@@ -110,7 +106,7 @@ struct Cp949Decoder : CodePointDecoder<Cp949Decoder> {
             return character(_CP949_Uhc1ToUnicode(u8Lead, u8Trail), 2);
         if (u8Trail <= 0xA0)
             return character(_CP949_Uhc2ToUnicode(u8Lead, u8Trail), 2);
-        return character(u8Trail == 0xFF ? REPLACEMENT : _CP949_KscToUnicode(u8Lead, u8Trail), 2);
+        return character(u8Trail == 0xFF ? REPLACEMENT : _CP949_KscToUnicode(u8Lead - 0xA1u, u8Trail - 0xA1u), 2);
     }
 };
 

@@ -1,16 +1,16 @@
 // The GBK converter. GBK is read through one flat table of code points, which the handle carries as a private copy.
-#include "converter_output.h"
+#include "two_byte.h"
 
 #include "tables/gbk_table.h"
 
 namespace zucharset {
 namespace {
 
-constexpr uint32_t GBK_COLUMNS = 191; // trail bytes 40 to FE
+constexpr PAIR_GRID_S GBK_GRID{0x81, 0xFE, 0x40, 0xFE, 0, 0};
 constexpr uint32_t GBK_ENTRIES = 24080;
 
 static_assert(sizeof g_Converter_GBKConverterToUnicodeTable == GBK_ENTRIES * sizeof(uint16_t));
-static_assert((0xFE - 0x81) * GBK_COLUMNS + (0xFE - 0x40) < GBK_ENTRIES);
+static_assert(GBK_GRID.columns() == 191 && GBK_GRID.indexOf(0xFE, 0xFE) < GBK_ENTRIES);
 
 struct ZU_CHARSETCONVERTER_Gbk_S {
     uint16_t au16ToUnicode[GBK_ENTRIES];
@@ -31,7 +31,10 @@ int32_t initGbk(ZU_CHARSET_HANDLE hNew) {
 constexpr bool isGbkLead(uint8_t u8Byte) { return u8Byte >= 0x81 && u8Byte <= 0xFE; }
 constexpr bool isGbkTrail(uint8_t u8Byte) { return u8Byte >= 0x40 && u8Byte <= 0xFE && u8Byte != 0x7F; }
 
-struct GbkDecoder : CodePointDecoder<GbkDecoder> {
+struct GbkDecoder : TwoByteDecoder<GbkDecoder> {
+    // The column of 7F, which is no trail byte, holds code points below 800.
+    static constexpr PAIR_GRID_S GRID = GBK_GRID;
+
     const uint16_t *pu16ToUnicode;
 
     explicit GbkDecoder(const ZU_CHARSETCONVERTER_Gbk_S &stConv) : pu16ToUnicode(stConv.au16ToUnicode) {}
@@ -49,16 +52,11 @@ struct GbkDecoder : CodePointDecoder<GbkDecoder> {
         // or a letter after a damaged character survives.
         if (!isGbkTrail(u8Trail))
             return character(REPLACEMENT, 1);
-        return character(pu16ToUnicode[(u8Lead - 0x81u) * GBK_COLUMNS + (u8Trail - 0x40u)], 2);
+        return character(entry(u8Lead - 0x81u, u8Trail - 0x40u), 2);
     }
 
-    // The column of 7F, which is no trail byte, holds code points below 800.
-    ZU_HOT uint32_t commonPair(const uint8_t *pu8Input) const {
-        const uint32_t u32Row = pu8Input[0] - 0x81u;
-        const uint32_t u32Column = pu8Input[1] - 0x40u;
-        if (u32Row > 0xFE - 0x81 || u32Column >= GBK_COLUMNS)
-            return 0;
-        return pu16ToUnicode[u32Row * GBK_COLUMNS + u32Column];
+    ZU_HOT uint32_t entry(uint32_t u32Row, uint32_t u32Column) const {
+        return pu16ToUnicode[u32Row * GRID.columns() + u32Column];
     }
 };
 

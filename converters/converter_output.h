@@ -6,12 +6,13 @@
 //       the character at pu8Input, of which s32Left bytes, at least one, can be read
 //   void write(const CHARACTER_S &stChar, const uint8_t *pu8Input, uint8_t *pu8Output) const
 //       writes its stChar.s32Length bytes
-//   static bool copyPlainBlock(BLOCK_CURSOR_S stCursor)
-//       writes a block as if it were ASCII throughout, PLAIN_OUTPUT bytes, and says whether it is
-//   BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) const
-//       the same for all characters that begin within BLOCK_INPUT bytes, far from the ends of both buffers: the fast
-//       way, which gives what next() and write() give. A cursor goes by value because bytes written through a pointer
-//       could change one that lies in memory.
+//   template <int32_t s32Bytes> static bool copyPlain(CURSOR_S stCursor)
+//       writes s32Bytes bytes as if they were ASCII throughout, s32Bytes / PLAIN_UNIT of them, and says whether they
+//       are
+//   CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const
+//       the same for one character or more, as long as stStretch.goesOn(): the fast way, away from the ends of both
+//       buffers, which gives what next() and write() give. A cursor goes by value because bytes written through a
+//       pointer could change one that lies in memory.
 #pragma once
 
 #include "converter_skeleton.h"
@@ -41,65 +42,95 @@ constexpr CHARACTER_S passedOver(int32_t s32Taken) { return {s32Taken, 0, 0}; }
 
 constexpr uint32_t REPLACEMENT = 0xFFFD;
 
-// A block: the bytes between two looks at the quit flag. Behind them BLOCK_MARGIN more can be read; and the output has
-// room for the worst case, three bytes for one, and for a margin that may be written and written over.
-constexpr int32_t BLOCK_INPUT = TEXT_BLOCK;
-constexpr int32_t BLOCK_MARGIN = 16;
-constexpr int32_t BLOCK_ROOM = 3 * BLOCK_INPUT + 2 * BLOCK_MARGIN;
-
-struct BLOCK_CURSOR_S {
+struct CURSOR_S {
     const uint8_t *pu8Input;
     uint8_t *pu8Output;
 };
 
-constexpr BLOCK_CURSOR_S advanced(BLOCK_CURSOR_S stCursor, int32_t s32Taken, int32_t s32Length) {
+constexpr CURSOR_S advanced(CURSOR_S stCursor, int32_t s32Taken, int32_t s32Length) {
     return {stCursor.pu8Input + s32Taken, stCursor.pu8Output + s32Length};
 }
 
-// As many blocks as are sure to fit, at least one: a stretch of ASCII goes fast, and the first other block ends it.
-template <class Decoder>
-BLOCK_CURSOR_S convertBlocks(const Decoder &stDecoder, const HANDLE_CONTROL_S &stControl, BLOCK_CURSOR_S stCursor,
-                             int32_t s32Left, int32_t s32Room) {
-    const int32_t s32ByInput = (s32Left - BLOCK_MARGIN) / BLOCK_INPUT;
-    const int32_t s32ByRoom = (s32Room - BLOCK_ROOM) / BLOCK_INPUT + 1;
-    for (int32_t i = s32ByInput < s32ByRoom ? s32ByInput : s32ByRoom; i > 0; --i) {
-        if (!Decoder::copyPlainBlock(stCursor))
-            return stDecoder.convertBlock(stCursor);
-        stCursor = advanced(stCursor, BLOCK_INPUT, Decoder::PLAIN_OUTPUT);
-        if (quitRequested(stControl))
-            break;
+// A stretch of text in which a decoder need not look at the ends of the buffers: from a cursor before both stops,
+// INPUT_MARGIN more bytes can be read and OUTPUT_MARGIN bytes written, also such as will be written over.
+constexpr int32_t INPUT_MARGIN = 16;
+constexpr int32_t OUTPUT_MARGIN = 32;
+
+struct STRETCH_S {
+    const uint8_t *pu8InputStop;
+    const uint8_t *pu8OutputStop;
+    const HANDLE_CONTROL_S *pstControl;
+
+    bool holds(CURSOR_S stCursor) const {
+        return stCursor.pu8Input < pu8InputStop && stCursor.pu8Output < pu8OutputStop;
     }
-    return stCursor;
+
+    bool goesOn(CURSOR_S stCursor) const { return holds(stCursor) && !quitRequested(*pstControl); }
+};
+
+// Plain text is moved in blocks, the bytes between two looks at the quit flag, and near the ends in words.
+constexpr int32_t PLAIN_BLOCK = TEXT_BLOCK;
+constexpr int32_t PLAIN_WORD = 8;
+
+// Tells a decoder that meets plain text when it is time to leave it to the blocks.
+template <int32_t s32Bytes> class PlainCounter {
+  public:
+    bool isLong(bool bPlain) {
+        s32Plain = bPlain ? s32Plain + s32Bytes : 0;
+        return s32Plain >= PLAIN_BLOCK;
+    }
+
+  private:
+    int32_t s32Plain = 0;
+};
+
+// The ends of both buffers.
+struct ENDS_S {
+    const uint8_t *pu8Input;
+    const uint8_t *pu8Output;
+
+    int32_t left(CURSOR_S stCursor) const { return static_cast<int32_t>(pu8Input - stCursor.pu8Input); }
+    int32_t room(CURSOR_S stCursor) const { return static_cast<int32_t>(pu8Output - stCursor.pu8Output); }
+};
+
+// Moves on over plain text of s32Bytes bytes if there is so much.
+template <class Decoder, int32_t s32Bytes> ZU_HOT bool takePlain(CURSOR_S &stCursor, const ENDS_S &stEnds) {
+    constexpr int32_t s32Length = s32Bytes / Decoder::PLAIN_UNIT;
+    if (stEnds.left(stCursor) < s32Bytes || stEnds.room(stCursor) < s32Length ||
+        !Decoder::template copyPlain<s32Bytes>(stCursor))
+        return false;
+    stCursor = advanced(stCursor, s32Bytes, s32Length);
+    return true;
 }
 
-// Whole sequences only, never more than the capacity, a 0 byte behind the last one. Far from the ends the text goes
-// block by block, near them character by character.
+// Whole sequences only, never more than the capacity, a 0 byte behind the last one. Away from the ends the text goes
+// in stretches, near them character by character.
 template <class Decoder>
 int32_t convertToUtf8(const Decoder &stDecoder, const HANDLE_CONTROL_S &stControl, uint8_t *pu8Output,
                       int32_t *ps32OutputLen, const uint8_t *pu8Input, int32_t s32InputLen) {
-    int32_t s32Room = *ps32OutputLen;
-    int32_t s32Pos = 0;
-    uint8_t *pu8Write = pu8Output;
-    while (s32Pos < s32InputLen && !quitRequested(stControl)) {
-        if (s32InputLen - s32Pos >= BLOCK_INPUT + BLOCK_MARGIN && s32Room >= BLOCK_ROOM) {
-            const BLOCK_CURSOR_S stCursor =
-                convertBlocks(stDecoder, stControl, {pu8Input + s32Pos, pu8Write}, s32InputLen - s32Pos, s32Room);
-            s32Room -= static_cast<int32_t>(stCursor.pu8Output - pu8Write);
-            s32Pos = static_cast<int32_t>(stCursor.pu8Input - pu8Input);
-            pu8Write = stCursor.pu8Output;
+    const ENDS_S stEnds{pu8Input + s32InputLen, pu8Output + *ps32OutputLen};
+    const STRETCH_S stStretch{s32InputLen > INPUT_MARGIN ? stEnds.pu8Input - INPUT_MARGIN : pu8Input,
+                              *ps32OutputLen > OUTPUT_MARGIN ? stEnds.pu8Output - OUTPUT_MARGIN : pu8Output,
+                              &stControl};
+    CURSOR_S stCursor{pu8Input, pu8Output};
+    while (stCursor.pu8Input < stEnds.pu8Input && !quitRequested(stControl)) {
+        if (takePlain<Decoder, PLAIN_BLOCK>(stCursor, stEnds))
+            continue;
+        if (stStretch.holds(stCursor)) {
+            stCursor = stDecoder.convertStretch(stCursor, stStretch);
             continue;
         }
-        const CHARACTER_S stChar = stDecoder.next(pu8Input + s32Pos, s32InputLen - s32Pos);
-        if (stChar.s32Taken == 0 || stChar.s32Length > s32Room)
+        if (takePlain<Decoder, PLAIN_WORD>(stCursor, stEnds))
+            continue;
+        const CHARACTER_S stChar = stDecoder.next(stCursor.pu8Input, stEnds.left(stCursor));
+        if (stChar.s32Taken == 0 || stChar.s32Length > stEnds.room(stCursor))
             break;
-        stDecoder.write(stChar, pu8Input + s32Pos, pu8Write);
-        pu8Write += stChar.s32Length;
-        s32Room -= stChar.s32Length;
-        s32Pos += stChar.s32Taken;
+        stDecoder.write(stChar, stCursor.pu8Input, stCursor.pu8Output);
+        stCursor = advanced(stCursor, stChar.s32Taken, stChar.s32Length);
     }
-    *pu8Write = 0;
-    *ps32OutputLen -= s32Room;
-    return s32Pos;
+    *stCursor.pu8Output = 0;
+    *ps32OutputLen = static_cast<int32_t>(stCursor.pu8Output - pu8Output);
+    return static_cast<int32_t>(stCursor.pu8Input - pu8Input);
 }
 
 // The conversion routine of a decoder that is made from its converter's handle.
@@ -112,75 +143,103 @@ int32_t decoderToUtf8(ZU_CHARSET_HANDLE hHandle, uint8_t *pu8Output, int32_t *ps
 
 // --- Parts of which fast ways are made ---
 
-// The sequence of a code point from 800 to FFFF, and that of any one below 10000, in a word: first byte lowest.
-constexpr uint32_t threeByteSequence(uint32_t u32Unicode) {
-    return 0x8080E0u | u32Unicode >> 12 | (u32Unicode & 0xFC0) << 2 | (u32Unicode & 0x3F) << 16;
+// The sequence of a code point from 800 to FFFF in a word: first byte lowest.
+template <class Words> constexpr Words threeByteSequence(Words wUnicode) {
+    return 0x8080E0u | wUnicode >> 12 | (wUnicode & 0xFC0) << 2 | (wUnicode & 0x3F) << 16;
 }
 
-// One byte or two is chosen by a mask, because letters and spaces come in no order that a processor could foresee.
-constexpr uint32_t wideSequence(const CHARACTER_S &stChar) {
-    const uint32_t u32Unicode = stChar.u32Unicode;
-    if (stChar.s32Length == 3)
+// The sequence of any code point below 10000. One byte or two is chosen by a mask.
+constexpr uint32_t sequence(uint32_t u32Unicode) {
+    if (u32Unicode >= 0x800)
         return threeByteSequence(u32Unicode);
     const uint32_t u32Two = 0u - (u32Unicode >= 0x80 ? 1u : 0u);
     return ((0x80C0u | u32Unicode >> 6 | (u32Unicode & 0x3F) << 8) & u32Two) | (u32Unicode & ~u32Two);
 }
 
-// The plain blocks of the encodings that leave the bytes 00 to 7F as they are.
-struct AsciiKeeper {
-    static constexpr int32_t PLAIN_OUTPUT = BLOCK_INPUT;
+// Writes two three-byte sequences. A wide word puts both together at once.
+ZU_HOT void storeTwoSequences(uint8_t *pu8Output, uint32_t u32First, uint32_t u32Second) {
+    if constexpr (sizeof(size_t) < sizeof(uint64_t)) {
+        storeAs(pu8Output, threeByteSequence(u32First));
+        storeAs(pu8Output + 3, threeByteSequence(u32Second));
+    } else {
+        const uint64_t u64Both = u32First | uint64_t{u32Second} << 24;
+        storeAs(pu8Output, 0x8080E08080E0u | (u64Both >> 12 & 0x00000F00000F) | (u64Both & 0x000FC0000FC0) << 2 |
+                               (u64Both & 0x00003F00003F) << 16);
+    }
+}
 
-    ZU_HOT static bool copyPlainBlock(BLOCK_CURSOR_S stCursor) {
-        VECTOR_U64 vAny{};
-        for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
-            const auto vPart = loadAs<VECTOR_U64>(stCursor.pu8Input + i);
-            storeAs(stCursor.pu8Output + i, vPart);
-            vAny |= vPart;
+// The sequences of four code points below 10000, each with its length in the topmost byte. Widths are chosen by masks,
+// because letters and spaces come in no order that a processor could foresee.
+inline VECTOR_U32 anySequences(VECTOR_U32 vUnicode) {
+    const auto vWide = std::bit_cast<VECTOR_U32>(std::bit_cast<VECTOR_S32>(vUnicode) >= 0x80);
+    const auto vThree = std::bit_cast<VECTOR_U32>(std::bit_cast<VECTOR_S32>(vUnicode) >= 0x800);
+    const VECTOR_U32 vTwoBytes = 0x20080C0 | vUnicode >> 6 | (vUnicode & 0x3F) << 8;
+    const VECTOR_U32 vThreeBytes = 0x3000000 | threeByteSequence(vUnicode);
+    return (((vUnicode | 0x1000000) & ~vWide) | (vTwoBytes & vWide & ~vThree)) | (vThreeBytes & vThree);
+}
+
+// Writes a sequence that carries its length, and gives the place behind it.
+inline uint8_t *storeSequence(uint8_t *pu8Output, uint32_t u32Sequence) {
+    storeAs(pu8Output, u32Sequence);
+    return pu8Output + (u32Sequence >> 24);
+}
+
+// The plain text of the encodings that leave the bytes 00 to 7F as they are.
+struct AsciiKeeper {
+    static constexpr int32_t PLAIN_UNIT = 1;
+
+    template <int32_t s32Bytes> ZU_HOT static bool copyPlain(CURSOR_S stCursor) {
+        if constexpr (s32Bytes == PLAIN_WORD) {
+            const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
+            storeAs(stCursor.pu8Output, u64Word);
+            return (u64Word & HIGH_BITS) == 0;
+        } else {
+            VECTOR_U64 vAny{};
+#pragma GCC unroll 4
+            for (int32_t i = 0; i < s32Bytes; i += 16) {
+                const auto vPart = loadAs<VECTOR_U64>(stCursor.pu8Input + i);
+                storeAs(stCursor.pu8Output + i, vPart);
+                vAny |= vPart;
+            }
+            return isZero(vAny & HIGH_BITS);
         }
-        return isZero(vAny & HIGH_BITS);
     }
 };
 
 // Copies eight bytes and says how many of them are ASCII before the first that is not.
-inline int32_t copyAsciiWord(BLOCK_CURSOR_S stCursor) {
+ZU_HOT int32_t copyAsciiWord(CURSOR_S stCursor) {
     const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
     storeAs(stCursor.pu8Output, u64Word);
     return std::countr_zero(u64Word & HIGH_BITS) / 8; // 64 for none: eight
 }
 
-// Base of the decoders of those encodings that yield code points below 10000. Of a two-byte encoding, a decoder may
-// also offer
-//   uint32_t commonPair(const uint8_t *pu8Input) const
-//       the code point of a valid pair, or anything below 800 where next() is to decide
+// Base of the decoders of those encodings that yield code points below 10000.
 template <class Decoder> struct CodePointDecoder : AsciiKeeper {
     static void write(const CHARACTER_S &stChar, const uint8_t *, uint8_t *pu8Output) {
         if (stChar.s32Length > 0)
             writeUtf8(stChar.u32Unicode, stChar.s32Length, pu8Output);
     }
 
-    BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) const {
-        const auto &stDecoder = *static_cast<const Decoder *>(this);
-        const uint8_t *const pu8End = stCursor.pu8Input + BLOCK_INPUT;
-        while (stCursor.pu8Input < pu8End) {
-            if constexpr (requires { stDecoder.commonPair(stCursor.pu8Input); }) {
-                const uint32_t u32Unicode = stDecoder.commonPair(stCursor.pu8Input);
-                if (u32Unicode >= 0x800) {
-                    storeAs(stCursor.pu8Output, threeByteSequence(u32Unicode));
-                    stCursor = advanced(stCursor, 2, 3);
-                    continue;
-                }
-            }
-            if (*stCursor.pu8Input < 0x80) {
-                const int32_t s32Plain = copyAsciiWord(stCursor);
-                stCursor = advanced(stCursor, s32Plain, s32Plain);
-                continue;
-            }
-            // What is written of a character passed over does not count.
-            const CHARACTER_S stChar = stDecoder.next(stCursor.pu8Input, BLOCK_MARGIN);
-            storeAs(stCursor.pu8Output, wideSequence(stChar));
-            stCursor = advanced(stCursor, stChar.s32Taken, stChar.s32Length);
+    CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
+        PlainCounter<8> stPlain;
+        while (stStretch.goesOn(stCursor)) {
+            const int32_t s32Plain = copyAsciiWord(stCursor);
+            stCursor = advanced(stCursor, s32Plain, s32Plain);
+            if (stPlain.isLong(s32Plain == 8))
+                break;
+            if (s32Plain == 0)
+                stCursor = convertOne(stCursor);
         }
         return stCursor;
+    }
+
+    // One character of a stretch.
+    CURSOR_S convertOne(CURSOR_S stCursor) const {
+        const auto &stDecoder = *static_cast<const Decoder *>(this);
+        // What is written of a character passed over does not count.
+        const CHARACTER_S stChar = stDecoder.next(stCursor.pu8Input, INPUT_MARGIN);
+        storeAs(stCursor.pu8Output, sequence(stChar.u32Unicode));
+        return advanced(stCursor, stChar.s32Taken, stChar.s32Length);
     }
 };
 

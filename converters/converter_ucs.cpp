@@ -54,18 +54,32 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
         writeUtf8(stChar.u32Unicode, stChar.s32Length, pu8Output);
     }
 
-    static constexpr int32_t PLAIN_OUTPUT = BLOCK_INPUT / 2;
+    static constexpr int32_t PLAIN_UNIT = 2;
 
-    ZU_HOT static bool copyPlainBlock(BLOCK_CURSOR_S stCursor) { return narrowAscii<BLOCK_INPUT>(stCursor); }
+    template <int32_t s32Bytes> ZU_HOT static bool copyPlain(CURSOR_S stCursor) {
+        using Units = std::conditional_t<s32Bytes == 8, VECTOR_U16_HALF, VECTOR_U16>;
+        using Bytes = std::conditional_t<s32Bytes == 8, VECTOR_U8_QUARTER, VECTOR_U8_HALF>;
+        constexpr auto s32Step = static_cast<int32_t>(sizeof(Units));
+        Units vAny{};
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < s32Bytes; i += s32Step) {
+            const auto vUnits = loadUnits<Units>(stCursor.pu8Input + i);
+            storeAs(stCursor.pu8Output + i / 2, __builtin_convertvector(vUnits, Bytes));
+            vAny |= vUnits;
+        }
+        return isZero(vAny & 0xFF80);
+    }
 
-    static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
-        for (int32_t i = 0; i < BLOCK_INPUT; i += 16) {
-            if (narrowAscii<16>(stCursor)) {
+    static CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) {
+        PlainCounter<16> stPlain;
+        while (stStretch.goesOn(stCursor)) {
+            const bool bPlain = copyPlain<16>(stCursor);
+            if (bPlain)
                 stCursor = advanced(stCursor, 16, 8);
-                continue;
-            }
-            stCursor = convertFour(stCursor);
-            stCursor = convertFour(stCursor);
+            else
+                stCursor = HAS_VECTORS ? convertEight(stCursor) : convertEachOfEight(stCursor);
+            if (stPlain.isLong(bPlain))
+                break;
         }
         return stCursor;
     }
@@ -76,41 +90,40 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
         return pfnGetUnicode == ConverterUCS16BEGetUnicode ? vUnits << 8 | vUnits >> 8 : vUnits;
     }
 
-    // Writes a byte for each of the next units and says whether all of them are ASCII.
-    template <int32_t s32Bytes> ZU_HOT static bool narrowAscii(BLOCK_CURSOR_S stCursor) {
-        VECTOR_U16 vAny{};
-        for (int32_t i = 0; i < s32Bytes; i += 16) {
-            const auto vUnits = loadUnits<VECTOR_U16>(stCursor.pu8Input + i);
-            storeAs(stCursor.pu8Output + i / 2, __builtin_convertvector(vUnits, VECTOR_U8_HALF));
-            vAny |= vUnits;
+    ZU_HOT static CURSOR_S convertEachOfEight(CURSOR_S stCursor) {
+        for (int32_t s32Unit = 0; s32Unit < 8; ++s32Unit) {
+            const CHARACTER_S stChar = next(stCursor.pu8Input, 2);
+            storeAs(stCursor.pu8Output, sequence(stChar.u32Unicode));
+            stCursor = advanced(stCursor, 2, stChar.s32Length);
         }
-        return isZero(vAny & 0xFF80);
-    }
-
-    // Four units: side by side if all of them take three bytes.
-    ZU_HOT static BLOCK_CURSOR_S convertFour(BLOCK_CURSOR_S stCursor) {
-        const auto vUnits = __builtin_convertvector(loadUnits<VECTOR_U16_HALF>(stCursor.pu8Input), VECTOR_U32);
-        if (HAS_VECTORS && isZero((vUnits & 0xF800) == 0)) {
-            const auto vPairs =
-                std::bit_cast<VECTOR_U64>(0x8080E0 | vUnits >> 12 | (vUnits & 0xFC0) << 2 | (vUnits & 0x3F) << 16);
-            storeAs(stCursor.pu8Output, (vPairs[0] & 0xFFFFFF) | vPairs[0] >> 32 << 24);
-            storeAs(stCursor.pu8Output + 6, (vPairs[1] & 0xFFFFFF) | vPairs[1] >> 32 << 24);
-            return advanced(stCursor, 8, 12);
-        }
-        for (int32_t s32Unit = 0; s32Unit < 4; ++s32Unit)
-            stCursor = convertUnit(stCursor);
         return stCursor;
     }
 
-    ZU_HOT static BLOCK_CURSOR_S convertUnit(BLOCK_CURSOR_S stCursor) {
-        const uint32_t u32Unicode = pfnGetUnicode(stCursor.pu8Input);
-        if (u32Unicode >= 0x800) {
-            storeAs(stCursor.pu8Output, threeByteSequence(u32Unicode));
-            return advanced(stCursor, 2, 3);
+    // Eight units: four side by side, each written by itself, or two at a time when all of them take three bytes.
+    ZU_HOT static CURSOR_S convertEight(CURSOR_S stCursor) {
+        const auto vUnits = loadUnits<VECTOR_U16>(stCursor.pu8Input);
+        const VECTOR_U16 vNone{};
+        const VECTOR_U32 avUnicode[] = {
+            std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vUnits, vNone, 0, 8, 1, 9, 2, 10, 3, 11)),
+            std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vUnits, vNone, 4, 8, 5, 9, 6, 10, 7, 11))};
+        uint8_t *pu8Output = stCursor.pu8Output;
+        const bool bAllWide = isZero((vUnits & 0xF800) == 0);
+        for (const VECTOR_U32 &vUnicode : avUnicode) {
+            if (bAllWide) {
+                const auto vPairs = std::bit_cast<VECTOR_U64>(threeByteSequence(vUnicode));
+                const VECTOR_U64 vClosed = (vPairs & 0xFFFFFF) | (vPairs >> 8 & 0xFFFFFF000000);
+                storeAs(pu8Output, vClosed[0]);
+                storeAs(pu8Output + 6, vClosed[1]);
+                pu8Output += 12;
+            } else {
+                const auto vPairs = std::bit_cast<VECTOR_U64>(anySequences(vUnicode));
+                for (int32_t i = 0; i < 2; ++i) {
+                    pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(vPairs[i]));
+                    pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(vPairs[i] >> 32));
+                }
+            }
         }
-        const CHARACTER_S stChar = character(u32Unicode, 2);
-        storeAs(stCursor.pu8Output, wideSequence(stChar));
-        return advanced(stCursor, 2, stChar.s32Length);
+        return {stCursor.pu8Input + 16, pu8Output};
     }
 };
 
@@ -134,21 +147,35 @@ struct Ucs8Decoder : AsciiKeeper {
             pu8Output[i] = static_cast<uint8_t>(0x80u | (pu8Input[i] & 0x3Fu));
     }
 
-    static BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) {
-        // Well-formed text comes out as it is, and is copied already.
-        const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input);
-        if (s32WellFormed > 0)
+    static CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) {
+        // Well-formed text comes out as it is.
+        const bool bBlock = stStretch.pu8InputStop - stCursor.pu8Input >= TEXT_BLOCK - INPUT_MARGIN &&
+                            stStretch.pu8OutputStop - stCursor.pu8Output >= TEXT_BLOCK - OUTPUT_MARGIN;
+        const int32_t s32Bytes = bBlock ? TEXT_BLOCK : INPUT_MARGIN;
+        const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input, s32Bytes);
+        if (s32WellFormed > 0) {
+            for (int32_t i = 0; i < s32Bytes; i += 16)
+                storeAs(stCursor.pu8Output + i, loadAs<VECTOR_U64>(stCursor.pu8Input + i));
             return advanced(stCursor, s32WellFormed, s32WellFormed);
-        const uint8_t *const pu8End = stCursor.pu8Input + BLOCK_INPUT;
-        while (stCursor.pu8Input < pu8End) {
-            if (*stCursor.pu8Input < 0x80) {
+        }
+        // Behind a flaw the next block may be well-formed again.
+        constexpr int32_t s32Steps = HAS_VECTORS ? 8 : INT32_MAX;
+        PlainCounter<8> stPlain;
+        for (int32_t i = 0; i < s32Steps && stStretch.goesOn(stCursor); ++i) {
+            const auto u32Text = loadAs<uint32_t>(stCursor.pu8Input);
+            if ((u32Text & 0xC0C0F0) == 0x8080E0) { // a well-formed sequence of three
+                storeAs(stCursor.pu8Output, u32Text);
+                stCursor = advanced(stCursor, 3, 3);
+            } else if ((u32Text & 0x80) == 0) {
                 const int32_t s32Plain = copyAsciiWord(stCursor);
                 stCursor = advanced(stCursor, s32Plain, s32Plain);
-                continue;
+                if (stPlain.isLong(s32Plain == 8))
+                    break;
+            } else {
+                const CHARACTER_S stChar = next(stCursor.pu8Input, INPUT_MARGIN);
+                write(stChar, stCursor.pu8Input, stCursor.pu8Output);
+                stCursor = advanced(stCursor, stChar.s32Taken, stChar.s32Length);
             }
-            const CHARACTER_S stChar = next(stCursor.pu8Input, BLOCK_MARGIN);
-            write(stChar, stCursor.pu8Input, stCursor.pu8Output);
-            stCursor = advanced(stCursor, stChar.s32Taken, stChar.s32Length);
         }
         return stCursor;
     }

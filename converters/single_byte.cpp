@@ -22,34 +22,53 @@ struct SingleByteDecoder : CodePointDecoder<SingleByteDecoder> {
     }
 };
 
-// For long input: the sequence of each byte as a word, its length in the topmost byte, so that a byte costs one look-up
-// and no decision. Alphabets mix with spaces in no order that a processor could foresee.
-struct ExpandedDecoder : SingleByteDecoder {
-    uint32_t au32Sequence[256];
+// The sequence of each byte as a word, its length in the topmost byte.
+struct SEQUENCES_S {
+    uint32_t au32[256];
+};
 
-    explicit ExpandedDecoder(const SINGLE_BYTE_PAGE_S &stPageIn) : SingleByteDecoder(stPageIn) {
-        for (uint32_t u32Byte = 0; u32Byte < 0x80; ++u32Byte)
-            au32Sequence[u32Byte] = u32Byte | 1u << 24;
-        for (uint32_t u32Byte = 0x80; u32Byte < 0x100; ++u32Byte) {
-            const auto u8Byte = static_cast<uint8_t>(u32Byte);
-            const CHARACTER_S stChar = next(&u8Byte, 1);
-            au32Sequence[u32Byte] = wideSequence(stChar) | static_cast<uint32_t>(stChar.s32Length) << 24;
+// Every byte being its own code point.
+constexpr SEQUENCES_S s_stLatin1 = [] {
+    SEQUENCES_S stSequences{};
+    for (uint32_t u32Byte = 0; u32Byte < 0x100; ++u32Byte)
+        stSequences.au32[u32Byte] =
+            u32Byte < 0x80 ? 0x1000000 | u32Byte : 0x20080C0 | u32Byte >> 6 | (u32Byte & 0x3F) << 8;
+    return stSequences;
+}();
+
+// For long input, where a table of sequences pays: a byte then costs one look-up and no decision. Alphabets mix with
+// spaces in no order that a processor could foresee.
+struct ExpandedDecoder : SingleByteDecoder {
+    SEQUENCES_S stSequences;
+
+    explicit ExpandedDecoder(const SINGLE_BYTE_PAGE_S &stPageIn)
+        : SingleByteDecoder(stPageIn), stSequences(s_stLatin1) {
+        uint32_t *pu32Sequence = stSequences.au32 + stPage.u8FirstByte;
+        for (size_t i = 0; i < stPage.au16ToUnicode.size(); i += 4) {
+            VECTOR_U16_HALF vUnicode;
+            std::memcpy(&vUnicode, stPage.au16ToUnicode.data() + i, sizeof vUnicode);
+            VECTOR_U32 vSequences = anySequences(__builtin_convertvector(vUnicode, VECTOR_U32));
+            if (stPage.enGap == GAP_E::PASSED_OVER)
+                vSequences &= __builtin_convertvector(vUnicode != UNDEFINED, VECTOR_S32);
+            std::memcpy(pu32Sequence + i, &vSequences, sizeof vSequences);
         }
     }
 
-    BLOCK_CURSOR_S convertBlock(BLOCK_CURSOR_S stCursor) const {
-        for (int32_t i = 0; i < BLOCK_INPUT; i += 8) {
+    CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
+        PlainCounter<8> stPlain;
+        while (stStretch.goesOn(stCursor)) {
             const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
-            if ((u64Word & HIGH_BITS) == 0) {
+            const bool bPlain = (u64Word & HIGH_BITS) == 0;
+            if (bPlain) {
                 storeAs(stCursor.pu8Output, u64Word);
                 stCursor = advanced(stCursor, 8, 8);
+                if (stPlain.isLong(true))
+                    break;
                 continue;
             }
-            for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8) {
-                const uint32_t u32Sequence = au32Sequence[u64Word >> s32Shift & 0xFF];
-                storeAs(stCursor.pu8Output, u32Sequence);
-                stCursor.pu8Output += u32Sequence >> 24;
-            }
+            stPlain.isLong(false);
+            for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8)
+                stCursor.pu8Output = storeSequence(stCursor.pu8Output, stSequences.au32[u64Word >> s32Shift & 0xFF]);
             stCursor.pu8Input += 8;
         }
         return stCursor;
@@ -57,7 +76,7 @@ struct ExpandedDecoder : SingleByteDecoder {
 };
 
 // From here on the table of sequences pays.
-constexpr int32_t EXPANSION_PAYS = 1024;
+constexpr int32_t EXPANSION_PAYS = 256;
 
 } // namespace
 

@@ -168,11 +168,14 @@ int32_t ZU_CHARSET_UNICODEToUTF8code(uint32_t u32Unicode, uint8_t *pu8Output) {
 
 namespace zucharset {
 
-void logText(int32_t s32Level, const char *pszText, LogSite stSite) {
+void logText(int32_t s32Level, std::initializer_list<const char *> apszParts, LogSite stSite) {
     LineText stText(stSite.pszFile, stSite.s32Line);
-    stText.append(pszText);
+    for (const char *pszPart : apszParts)
+        stText.append(pszPart);
     stText.write(s32Level);
 }
+
+void logText(int32_t s32Level, const char *pszText, LogSite stSite) { logText(s32Level, {pszText}, stSite); }
 
 int32_t refuseWithText(int32_t s32Level, const char *pszText, LogSite stSite) {
     logText(s32Level, pszText, stSite);

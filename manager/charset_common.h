@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 namespace zucharset {
 
@@ -27,6 +28,9 @@ struct LogSite {
 
 // Logs a text as it stands, line end included.
 void logText(int32_t s32Level, const char *pszText, LogSite stSite = LogSite::here());
+
+// The same for a text in parts.
+void logText(int32_t s32Level, std::initializer_list<const char *> apszParts, LogSite stSite = LogSite::here());
 
 // Logs the text and gives -1, the result of the operation that refuses.
 int32_t refuseWithText(int32_t s32Level, const char *pszText, LogSite stSite = LogSite::here());

@@ -278,8 +278,7 @@ int32_t charsetConvStream(CHARSET_HANDLE_S &stHandle, const CONV_REQUEST_S &stRe
         closePlugin(stHandle, &ZU_CHARSET_S::pfnConverterClose);
         return s32Found;
     }
-    CHARSET_Printf(LOG_TRACE, __FILE__, __LINE__, "CHARSET_ConvStream: use converter description:%s\n",
-                   stHandle.pstPlugin->pszDescription);
+    logText(LOG_TRACE, {"CHARSET_ConvStream: use converter description:", stHandle.pstPlugin->pszDescription, "\n"});
     if (convertThroughPlugin(stHandle, stRequest) == 0)
         return 0;
     closePlugin(stHandle, &ZU_CHARSET_S::pfnConverterClose);

@@ -20,10 +20,12 @@ template <class Word> void storeAs(uint8_t *pu8, Word wWord) { std::memcpy(pu8, 
 // A target without vector registers does well with vectors of words, but bytes and 16-bit units it takes one by one.
 typedef uint64_t VECTOR_U64 __attribute__((vector_size(16)));
 typedef uint32_t VECTOR_U32 __attribute__((vector_size(16)));
+typedef int32_t VECTOR_S32 __attribute__((vector_size(16)));
 typedef uint16_t VECTOR_U16 __attribute__((vector_size(16)));
 typedef uint16_t VECTOR_U16_HALF __attribute__((vector_size(8)));
 typedef uint8_t VECTOR_U8 __attribute__((vector_size(16)));
 typedef uint8_t VECTOR_U8_HALF __attribute__((vector_size(8)));
+typedef uint8_t VECTOR_U8_QUARTER __attribute__((vector_size(4)));
 typedef int8_t VECTOR_MASK __attribute__((vector_size(16))); // of a comparison of bytes: -1 where it holds
 
 #if defined(__SSE2__) || defined(__ARM_NEON)
@@ -33,8 +35,12 @@ constexpr bool HAS_VECTORS = false;
 #endif
 
 template <class Vector> bool isZero(Vector vAny) {
-    const auto vWords = std::bit_cast<VECTOR_U64>(vAny);
-    return (vWords[0] | vWords[1]) == 0;
+    if constexpr (sizeof(Vector) == sizeof(uint64_t)) {
+        return std::bit_cast<uint64_t>(vAny) == 0;
+    } else {
+        const auto vWords = std::bit_cast<VECTOR_U64>(vAny);
+        return (vWords[0] | vWords[1]) == 0;
+    }
 }
 
 constexpr uint64_t EVERY_BYTE = 0x0101010101010101;
@@ -89,8 +95,9 @@ inline VECTOR_MASK outOfPlace(VECTOR_U8 vText, VECTOR_U8 vBefore1, VECTOR_U8 vBe
 
 // UTF-8 is well-formed when continuation bytes stand exactly where the lead bytes before them ask for them. Of a block
 // that begins with a new character this gives the length of the whole sequences; 0 when a byte is out of place, when
-// one begins a sequence of more than four bytes, or when the target has no vectors to tell it fast.
-inline int32_t wellFormedLength(const uint8_t *pu8Block) {
+// one begins a sequence of more than four bytes, or when the target has no vectors to tell it fast. A block is a
+// multiple of 16 bytes.
+inline int32_t wellFormedLength(const uint8_t *pu8Block, int32_t s32Bytes = TEXT_BLOCK) {
     if (!HAS_VECTORS)
         return 0;
     // Zeros stand before the block: nothing there asks for a continuation.
@@ -100,17 +107,17 @@ inline int32_t wellFormedLength(const uint8_t *pu8Block) {
         vFirst, __builtin_shufflevector(vNone, vFirst, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
         __builtin_shufflevector(vNone, vFirst, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29),
         __builtin_shufflevector(vNone, vFirst, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28));
-    for (int32_t i = 16; i < TEXT_BLOCK; i += 16)
+    for (int32_t i = 16; i < s32Bytes; i += 16)
         vWrong |= outOfPlace(loadAs<VECTOR_U8>(pu8Block + i), loadAs<VECTOR_U8>(pu8Block + i - 1),
                              loadAs<VECTOR_U8>(pu8Block + i - 2), loadAs<VECTOR_U8>(pu8Block + i - 3));
     if (!isZero(vWrong))
         return 0;
     // A sequence that goes on behind the block is left for the next one.
-    if (pu8Block[TEXT_BLOCK - 1] >= 0xC0)
-        return TEXT_BLOCK - 1;
-    if (pu8Block[TEXT_BLOCK - 2] >= 0xE0)
-        return TEXT_BLOCK - 2;
-    return pu8Block[TEXT_BLOCK - 3] >= 0xF0 ? TEXT_BLOCK - 3 : TEXT_BLOCK;
+    if (pu8Block[s32Bytes - 1] >= 0xC0)
+        return s32Bytes - 1;
+    if (pu8Block[s32Bytes - 2] >= 0xE0)
+        return s32Bytes - 2;
+    return pu8Block[s32Bytes - 3] >= 0xF0 ? s32Bytes - 3 : s32Bytes;
 }
 
 } // namespace zucharset

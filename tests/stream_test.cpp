@@ -67,30 +67,39 @@ TEST(Stream, PartsGiveTheWhole) {
     }
 }
 
-// Long input goes by the block, short input never: what a text gives at once it must give in short pieces too.
-TEST(Stream, BlocksGiveWhatCharactersGive) {
+// Long input goes fast, input of a few bytes never: what a text gives at once it must give in short pieces too, and
+// with little room as much of that as fits.
+TEST(Stream, StretchesGiveWhatCharactersGive) {
+    constexpr size_t PIECE = 7; // a character of any encoding and no word of eight bytes
     std::mt19937 random(20260);
     const auto upTo = [&random](size_t last) { return random() % (last + 1); };
     for (int i = 0; i < 33 * 120; ++i) {
         const int32_t type = 1 + i / 120;
         const Handle handle(converterOf(type));
         std::string text;
-        while (text.size() < static_cast<size_t>(i % 120) * 8 + 8) { // runs of ASCII, of foreign bytes, of anything
-            const size_t kind = upTo(3);
-            for (size_t run = upTo(kind == 0 ? 90 : 20); run > 0; --run)
-                text += static_cast<char>(kind == 0 ? upTo(0x7F) : kind == 1 ? 0x80 + upTo(0x7F) : upTo(0xFF));
+        // Runs of ASCII, of foreign bytes, of what is a pair in most two-byte encodings, of anything.
+        while (text.size() < static_cast<size_t>(i % 120) * 8 + 8) {
+            const size_t kind = upTo(4);
+            for (size_t run = upTo(kind == 0 ? 90 : 20); run > 0; --run) {
+                if (kind == 1)
+                    text.append({static_cast<char>(0xA1 + upTo(0x5D)), static_cast<char>(0xA1 + upTo(0x5D))});
+                else
+                    text += static_cast<char>(kind == 0 ? upTo(0x7F) : kind == 2 ? 0x80 + upTo(0x7F) : upTo(0xFF));
+            }
             text.append(kind == 3 ? 80 : 0, '\0'); // which is ASCII in UTF-16 as well
         }
         std::string pieces;
         size_t consumed = 0;
         for (uint32_t taken = 1; taken > 0 && consumed < text.size(); consumed += taken) {
-            const Converted part = handle.convert(type, std::string_view(text).substr(consumed, 40));
+            const Converted part = handle.convert(type, std::string_view(text).substr(consumed, PIECE));
             pieces += part.output;
             taken = part.result == 0 ? part.consumed : 0;
         }
         const Converted whole = handle.convert(type, text);
         ASSERT_EQ(whole.output, pieces) << type << testing::PrintToString(text);
         ASSERT_EQ(whole.result == 0 ? whole.consumed : 0, consumed) << type;
+        const Converted cut = handle.convert(type, text, text.size() + upTo(2 * text.size()));
+        ASSERT_EQ(cut.output, pieces.substr(0, cut.output.size())) << type << testing::PrintToString(text);
         recording::takeLines();
     }
 }

@@ -1,0 +1,107 @@
+// Two-byte encodings that find their code points in a table of rows and columns, and the fast way through such text.
+#pragma once
+
+#include "converter_output.h"
+
+namespace zucharset {
+
+// The pairs of a table: a row for each lead byte and a column for each trail byte. The trail bytes form one band, or
+// two with a gap between them.
+struct PAIR_GRID_S {
+    static constexpr uint32_t NOWHERE = UINT32_MAX;
+
+    uint8_t u8FirstLead;
+    uint8_t u8LastLead;
+    uint8_t u8FirstTrail;
+    uint8_t u8LastTrail;
+    uint8_t u8GapFirst;
+    uint32_t u32GapLength; // 0: there is none
+
+    constexpr uint32_t columns() const { return u8LastTrail - u8FirstTrail + 1u - u32GapLength; }
+    constexpr uint32_t rows() const { return u8LastLead - u8FirstLead + 1u; }
+
+    // NOWHERE for a byte that is no trail byte.
+    constexpr uint32_t columnOf(uint8_t u8Trail) const {
+        const uint32_t u32BehindGap = u8GapFirst + u32GapLength;
+        if (u8Trail < u8FirstTrail || u8Trail > u8LastTrail || (u8Trail >= u8GapFirst && u8Trail < u32BehindGap))
+            return NOWHERE;
+        return u8Trail - u8FirstTrail - (u8Trail >= u32BehindGap ? u32GapLength : 0u);
+    }
+
+    // Place of a pair in the table; NOWHERE when the table does not hold it.
+    constexpr uint32_t indexOf(uint8_t u8Lead, uint8_t u8Trail) const {
+        const uint32_t u32Column = columnOf(u8Trail);
+        if (u8Lead < u8FirstLead || u8Lead > u8LastLead || u32Column == NOWHERE)
+            return NOWHERE;
+        return (u8Lead - u8FirstLead) * columns() + u32Column;
+    }
+};
+
+// The column of every byte, 255 for NOWHERE: two bands of trail bytes mix in no order that a processor could foresee.
+struct TRAIL_COLUMNS_S {
+    uint8_t au8[256];
+};
+
+constexpr TRAIL_COLUMNS_S trailColumns(const PAIR_GRID_S &stGrid) {
+    TRAIL_COLUMNS_S stColumns{};
+    for (uint32_t u32Byte = 0; u32Byte < 256; ++u32Byte)
+        stColumns.au8[u32Byte] = static_cast<uint8_t>(stGrid.columnOf(static_cast<uint8_t>(u32Byte)));
+    return stColumns;
+}
+
+// Base of the decoders of such encodings. A decoder offers, besides next(),
+//   static constexpr PAIR_GRID_S GRID
+//       pairs that are common in its text
+//   uint32_t entry(uint32_t u32Row, uint32_t u32Column) const
+//       the code point at a place of that grid: if it is 800 or more, the one that next() gives for the pair
+template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
+    // Two pairs at a time where there are two. A single ASCII character between pairs is taken by itself: it is nearly
+    // always a space, and then nothing has to be counted before the next word can begin.
+    CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
+        const Decoder stDecoder = *static_cast<const Decoder *>(this); // a copy that no written byte could change
+        PlainCounter<8> stPlain;
+        while (stStretch.goesOn(stCursor)) {
+            const uint8_t *const pu8Input = stCursor.pu8Input;
+            const uint32_t u32First = commonPair(stDecoder, pu8Input);
+            if (u32First >= 0x800) {
+                const uint32_t u32Second = commonPair(stDecoder, pu8Input + 2);
+                if (u32Second >= 0x800) {
+                    storeTwoSequences(stCursor.pu8Output, u32First, u32Second);
+                    stCursor = advanced(stCursor, 4, 6);
+                    continue;
+                }
+                storeAs(stCursor.pu8Output, threeByteSequence(u32First) | uint32_t{pu8Input[2]} << 24);
+                stCursor = isSinglePlain(pu8Input + 2) ? advanced(stCursor, 3, 4) : advanced(stCursor, 2, 3);
+            } else if (isSinglePlain(pu8Input)) {
+                *stCursor.pu8Output = *pu8Input;
+                stCursor = advanced(stCursor, 1, 1);
+            } else if (*pu8Input < 0x80) {
+                const int32_t s32Plain = copyAsciiWord(stCursor);
+                stCursor = advanced(stCursor, s32Plain, s32Plain);
+                if (stPlain.isLong(s32Plain == 8))
+                    break;
+            } else {
+                stCursor = this->convertOne(stCursor);
+            }
+        }
+        return stCursor;
+    }
+
+  private:
+    static bool isSinglePlain(const uint8_t *pu8Input) { return pu8Input[0] < 0x80 && pu8Input[1] >= 0x80; }
+
+    static constexpr TRAIL_COLUMNS_S s_stColumns = trailColumns(Decoder::GRID);
+
+    // The code point of a common pair; anything below 800 where next() is to decide.
+    ZU_HOT static uint32_t commonPair(const Decoder &stDecoder, const uint8_t *pu8Input) {
+        constexpr PAIR_GRID_S stGrid = Decoder::GRID;
+        const uint32_t u32Row = pu8Input[0] - uint32_t{stGrid.u8FirstLead};
+        const uint32_t u32Column =
+            stGrid.u32GapLength > 0 ? s_stColumns.au8[pu8Input[1]] : pu8Input[1] - uint32_t{stGrid.u8FirstTrail};
+        if (u32Row >= stGrid.rows() || u32Column >= stGrid.columns())
+            return 0;
+        return stDecoder.entry(u32Row, u32Column);
+    }
+};
+
+} // namespace zucharset
