@@ -15,20 +15,23 @@ enum class PRECISION_E {
 void score(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, PRECISION_E enPrecision, SCORES_S &stScores) {
     stScores = {};
     int32_t *ps32Score = stScores.as32;
-    const auto target = [&] {
-        if (enPrecision == PRECISION_E::EXACT)
-            return 0;
-        int32_t s32Target = DETECTOR_THRESHOLD;
+    TARGET_S stTarget{};
+    const auto raiseTarget = [&] {
         for (const int32_t s32Score : stScores.as32)
-            s32Target = s32Score > s32Target ? s32Score : s32Target;
-        return s32Target;
+            stTarget.s32Score = s32Score > stTarget.s32Score ? s32Score : stTarget.s32Score;
     };
     ps32Score[DETECTOR_ENCODING_UTF8] = _Detector_utf8_probability(stDetector, stText);
     ps32Score[DETECTOR_ENCODING_ASCII] = _Detector_ascii_probability(stDetector, stText);
     ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText);
     _Detector_escapes_probability(stDetector, stText, stScores);
-    _Detector_pairs_probability(stDetector, stText, target(), stScores);
-    ps32Score[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(stDetector, stText, target());
+    if (enPrecision == PRECISION_E::WINNER) {
+        stTarget = {DETECTOR_THRESHOLD, takeCensus(stDetector.stControl, stText)};
+        raiseTarget();
+    }
+    _Detector_pairs_probability(stDetector, stText, stTarget, stScores);
+    if (enPrecision == PRECISION_E::WINNER)
+        raiseTarget();
+    ps32Score[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(stDetector, stText, stTarget);
 }
 
 } // namespace

@@ -2,7 +2,7 @@
 // quit request scores what it has seen.
 #pragma once
 
-#include "detector_vote.h"
+#include "byte_census.h"
 
 #include <cfloat>
 
@@ -41,10 +41,9 @@ struct PAIR_TOTALS_S {
         return static_cast<int32_t>(rounded(50.0f * quotient(s32Good, s32Total)) + frequencyPart());
     }
 
-    // Whether s32Bytes more bytes could lift the score to s32Target: they would have to be accepted pairs throughout,
-    // of the most frequent character. One point more makes up for roundings.
-    bool canReach(int32_t s32Target, int32_t s32Bytes) const {
-        const int32_t s32Pairs = s32Bytes / 2 + 1;
+    // Whether s32Pairs more pairs could lift the score to s32Target: they would have to be accepted throughout, each of
+    // them the most frequent character. One point more makes up for roundings.
+    bool canReach(int32_t s32Target, int32_t s32Pairs) const {
         const auto f64Pairs = static_cast<double>(s32Pairs);
         const double f64Share = (s32Good + f64Pairs) / (s32Total + f64Pairs);
         const double f64Frequency =
@@ -53,14 +52,19 @@ struct PAIR_TOTALS_S {
     }
 };
 
-// A target tells an estimator which scores matter: it may stop as soon as it cannot reach it, and then gives some lower
-// score. With target 0 every score is exact.
+// Tells an estimator which scores matter: it may stop as soon as it cannot reach the target, and then gives some lower
+// score. With target 0 every score is exact, and no census is needed.
+struct TARGET_S {
+    int32_t s32Score;
+    BYTE_CENSUS_S stCensus; // of the text
+};
 
 // GB2312, GBK, GB18030, Big5, Big5-plus, EUC-KR, CP949 and EUC-JP, which look at the same pairs.
-void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target,
+void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, const TARGET_S &stTarget,
                                  SCORES_S &stScores);
 
-int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, int32_t s32Target);
+int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                   const TARGET_S &stTarget);
 int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
 // ISO-2022-CN, ISO-2022-KR and ISO-2022-JP, which all wait for an escape.
 void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores);

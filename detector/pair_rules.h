@@ -3,6 +3,8 @@
 
 #include "estimators.h"
 
+#include <iterator>
+
 namespace zucharset {
 
 struct TRAIL_BAND_S {
@@ -81,23 +83,34 @@ constexpr PAIR_RULE_S NO_RULE{1, 0, {UNUSED, UNUSED, UNUSED}, NO_TABLE, 0, 0, 0,
 
 #undef ZU_FREQUENCY_TABLE
 
-// The first rule that accepts a pair counts. The supersets score one less, so that text of the base set goes to it.
+// Estimators that share their sums: a base set, and a superset that also accepts what the base refuses.
+struct PAIR_FAMILY_S {
+    PAIR_RULE_S stBase;
+    PAIR_RULE_S stSuperset;
+};
+
+constexpr PAIR_FAMILY_S PAIR_FAMILIES[] = {
+    {RULE_GB2312, RULE_GBK}, {RULE_BIG5, NO_RULE},   {RULE_BIG5_IN_BIG5PLUS, RULE_BIG5PLUS},
+    {RULE_EUC_KR, RULE_UHC}, {RULE_EUC_JP, NO_RULE},
+};
+constexpr size_t PAIR_FAMILY_COUNT = std::size(PAIR_FAMILIES);
+
+// Some supersets score one less, so that text of the base set goes to it.
 struct PAIR_ESTIMATOR_S {
     DETECTOR_ENCODING_E enEncoding;
-    PAIR_RULE_S stFirst;
-    PAIR_RULE_S stSecond;
+    size_t u32Family;
+    bool bSuperset;
     int32_t s32Subtract;
 };
 
-constexpr PAIR_ESTIMATOR_S _Detector_gb2312_probability{DETECTOR_ENCODING_GB2312, RULE_GB2312, NO_RULE, 0};
-constexpr PAIR_ESTIMATOR_S _Detector_gbk_probability{DETECTOR_ENCODING_GBK, RULE_GB2312, RULE_GBK, 1};
+constexpr PAIR_ESTIMATOR_S _Detector_gb2312_probability{DETECTOR_ENCODING_GB2312, 0, false, 0};
+constexpr PAIR_ESTIMATOR_S _Detector_gbk_probability{DETECTOR_ENCODING_GBK, 0, true, 1};
 // Counts four-byte codes as well.
-constexpr PAIR_ESTIMATOR_S _Detector_gb18030_probability{DETECTOR_ENCODING_GB18030, RULE_GB2312, RULE_GBK, 1};
-constexpr PAIR_ESTIMATOR_S _Detector_big5_probability{DETECTOR_ENCODING_BIG5, RULE_BIG5, NO_RULE, 0};
-constexpr PAIR_ESTIMATOR_S _Detector_big5plus_probability{DETECTOR_ENCODING_BIG5PLUS, RULE_BIG5_IN_BIG5PLUS,
-                                                          RULE_BIG5PLUS, 1};
-constexpr PAIR_ESTIMATOR_S _Detector_euc_kr_probability{DETECTOR_ENCODING_EUC_KR, RULE_EUC_KR, NO_RULE, 0};
-constexpr PAIR_ESTIMATOR_S _Detector_cp949_probability{DETECTOR_ENCODING_CP949, RULE_EUC_KR, RULE_UHC, 0};
-constexpr PAIR_ESTIMATOR_S _Detector_euc_jp_probability{DETECTOR_ENCODING_EUC_JP, RULE_EUC_JP, NO_RULE, 0};
+constexpr PAIR_ESTIMATOR_S _Detector_gb18030_probability{DETECTOR_ENCODING_GB18030, 0, true, 1};
+constexpr PAIR_ESTIMATOR_S _Detector_big5_probability{DETECTOR_ENCODING_BIG5, 1, false, 0};
+constexpr PAIR_ESTIMATOR_S _Detector_big5plus_probability{DETECTOR_ENCODING_BIG5PLUS, 2, true, 1};
+constexpr PAIR_ESTIMATOR_S _Detector_euc_kr_probability{DETECTOR_ENCODING_EUC_KR, 3, false, 0};
+constexpr PAIR_ESTIMATOR_S _Detector_cp949_probability{DETECTOR_ENCODING_CP949, 3, true, 0};
+constexpr PAIR_ESTIMATOR_S _Detector_euc_jp_probability{DETECTOR_ENCODING_EUC_JP, 4, false, 0};
 
 } // namespace zucharset

@@ -62,4 +62,10 @@ int32_t findMarkedUnlessQuit(const HANDLE_CONTROL_S &stControl, TEXT_S stText, i
     return findMarked(stText.pu8, s32Pos, s32BlockEnd, stMark);
 }
 
+// Position of the next byte above 7E before s32End, or s32End.
+inline int32_t findPairStart(const HANDLE_CONTROL_S &stControl, TEXT_S stText, int32_t s32Pos, int32_t s32End) {
+    return findMarkedUnlessQuit(stControl, {stText.pu8, s32End}, s32Pos,
+                                [](auto wWords) { return markAtLeast(wWords, 0x7F); });
+}
+
 } // namespace zucharset

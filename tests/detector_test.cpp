@@ -112,9 +112,10 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
         const TEXT_S bytes{reinterpret_cast<const uint8_t *>(text.data()), static_cast<int32_t>(text.size())};
         const plain::Scores exact = scores(bytes.pu8, text.size());
         const auto target = static_cast<int32_t>(40 + upTo(68));
+        const TARGET_S goal{target, takeCensus(instance->stControl, bytes)};
         SCORES_S early{};
-        _Detector_pairs_probability(*instance, bytes, target, early);
-        early.as32[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(*instance, bytes, target);
+        _Detector_pairs_probability(*instance, bytes, goal, early);
+        early.as32[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(*instance, bytes, goal);
         for (const int candidate : {0, 1, 2, 4, 5, 8, 9, 12, 13}) {
             const int32_t lost =
                 exact[candidate] >= target ? exact[candidate] : std::min(early.as32[candidate], target - 1);
