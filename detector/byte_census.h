@@ -40,8 +40,9 @@ inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText
             const VECTOR_MASK vHigh = vText > 0x7E;
             vForeign += vHigh;
             vRuns += vHigh & (vBefore <= 0x7E);
-            vCommon += (vText >= 0x81) & (vText <= SJIS_LAST_COMMON_LEAD);
-            vRare += ((vText > SJIS_LAST_COMMON_LEAD) & (vText <= 0x9F)) | ((vText >= 0xE0) & (vText <= 0xEF));
+            vCommon += vText - 0x81 <= SJIS_LAST_COMMON_LEAD - 0x81; // one comparison for both ends of a range
+            vRare += (vText - (SJIS_LAST_COMMON_LEAD + 1) <= 0x9F - (SJIS_LAST_COMMON_LEAD + 1)) |
+                     (vText - 0xE0 <= 0xEF - 0xE0);
         }
         stCensus.s32Foreign += sumOfBytes(-vForeign);
         stCensus.s32Runs += sumOfBytes(-vRuns);

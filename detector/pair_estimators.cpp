@@ -40,21 +40,21 @@ class PairSurvey {
         const int32_t s32Last = stText.s32Length - 1; // a lead byte here has no partner and is not looked at
         const int32_t s32First = findPairStart(stDetector.stControl, stText, 0, s32Last);
         if (stText.s32Length - s32First <= COUNTING_PAYS) {
-            scanRange<&PairSurvey::weighPair>(stText, s32First, s32Last);
+            scanRange<PAIRS_E::WEIGHED>(stText, s32First, s32Last);
             return;
         }
         std::memset(au8Count, 0, sizeof au8Count);
         int32_t s32Pos = s32First;
         if (stTarget.s32Score > HARD_TO_REACH) {
             for (const int32_t s32Divisor : {4, 2}) {
-                s32Pos = scanRange<&PairSurvey::countPair>(stText, s32Pos, s32Last / s32Divisor);
+                s32Pos = scanRange<PAIRS_E::COUNTED>(stText, s32Pos, s32Last / s32Divisor);
                 weighCounts();
                 if (!anyCanReach(stTarget))
                     return;
                 std::memset(au8Count, 0, sizeof au8Count);
             }
         }
-        scanRange<&PairSurvey::countPair>(stText, s32Pos, s32Last);
+        scanRange<PAIRS_E::COUNTED>(stText, s32Pos, s32Last);
         weighCounts();
     }
 
@@ -65,10 +65,10 @@ class PairSurvey {
 
   private:
     // Every byte above 7E starts a pair. No estimator accepts one with a lower trail byte.
-    static constexpr int32_t FIRST_LEAD = 0x7F;
-    static constexpr int32_t LEADS = 0xFF - FIRST_LEAD + 1;
-    static constexpr int32_t FIRST_TRAIL = 0x40;
-    static constexpr int32_t TRAILS = 0xFF - FIRST_TRAIL + 1;
+    static constexpr size_t FIRST_LEAD = 0x7F;
+    static constexpr size_t LEADS = 0xFF - FIRST_LEAD + 1;
+    static constexpr size_t FIRST_TRAIL = 0x40;
+    static constexpr size_t TRAILS = 0xFF - FIRST_TRAIL + 1;
     static_assert(TRAILS % 8 == 0);
 
     // In a shorter text each pair is weighed as it comes.
@@ -76,22 +76,31 @@ class PairSurvey {
     // Above this score, text of one encoding shows early that it is not of another.
     static constexpr int32_t HARD_TO_REACH = 90;
 
+    // What becomes of a pair: weighed as it comes, or counted, to be weighed with its like.
+    enum class PAIRS_E { WEIGHED, COUNTED };
+
     // Steps through the pairs that start before s32End, and gives the place where the next one may start. Words with
     // single spaces between them are stepped through without a search.
-    template <void (PairSurvey::*pfnPair)(uint8_t, uint8_t)>
-    int32_t scanRange(TEXT_S stText, int32_t s32Pos, int32_t s32End) {
+    template <PAIRS_E enPairs> int32_t scanRange(TEXT_S stText, int32_t s32Pos, int32_t s32End) {
+        constexpr size_t u32FirstCell = FIRST_LEAD * TRAILS + FIRST_TRAIL;
+        const HANDLE_CONTROL_S &stControl = stDetector.stControl;
+        uint8_t *const pu8Count = au8Count;
         const uint8_t *pu8 = stText.pu8 + s32Pos;
         const uint8_t *const pu8End = stText.pu8 + s32End;
-        while (pu8 < pu8End && !quitRequested(stDetector.stControl)) {
-            if (pu8[0] > 0x7E) {
-                if (pu8[1] >= FIRST_TRAIL)
-                    (this->*pfnPair)(pu8[0], pu8[1]);
-                else
+        while (pu8 < pu8End && !quitRequested(stControl)) {
+            const size_t u32Lead = pu8[0];
+            const size_t u32Trail = pu8[1];
+            if (u32Lead > 0x7E) {
+                if (u32Trail < FIRST_TRAIL)
                     visitLowTrail(stText, static_cast<int32_t>(pu8 - stText.pu8));
+                else if (enPairs == PAIRS_E::WEIGHED)
+                    weigh(pu8[0], pu8[1], 1);
+                else if (++pu8Count[u32Lead * TRAILS + u32Trail - u32FirstCell] == 0)
+                    weigh(pu8[0], pu8[1], 256); // weighed now, and counted again from 0
                 pu8 += 2;
                 continue;
             }
-            if (pu8[1] > 0x7E) {
+            if (u32Trail > 0x7E) {
                 ++pu8;
                 continue;
             }
@@ -99,31 +108,20 @@ class PairSurvey {
             if (u64Marks != 0)
                 pu8 += std::countr_zero(u64Marks) / 8;
             else
-                pu8 = stText.pu8 +
-                      findPairStart(stDetector.stControl, stText, static_cast<int32_t>(pu8 - stText.pu8), s32End);
+                pu8 = stText.pu8 + findPairStart(stControl, stText, static_cast<int32_t>(pu8 - stText.pu8), s32End);
         }
         return static_cast<int32_t>(pu8 - stText.pu8);
     }
 
-    void countPair(uint8_t u8Lead, uint8_t u8Trail) {
-        uint8_t &u8Count = au8Count[u8Lead - FIRST_LEAD][u8Trail - FIRST_TRAIL];
-        if (++u8Count == 0) // 256 of them: weighed now, and counted again from 0
-            weigh(u8Lead, u8Trail, 256);
-    }
-
-    void weighPair(uint8_t u8Lead, uint8_t u8Trail) { weigh(u8Lead, u8Trail, 1); }
-
     void weighCounts() {
-        for (int32_t s32Row = 0; s32Row < LEADS; ++s32Row) {
-            for (int32_t s32Word = 0; s32Word < TRAILS; s32Word += 8) {
-                auto u64Counts = loadAs<uint64_t>(&au8Count[s32Row][s32Word]);
-                while (u64Counts != 0) {
-                    const int32_t s32Byte = std::countr_zero(u64Counts) / 8;
-                    weigh(static_cast<uint8_t>(FIRST_LEAD + s32Row),
-                          static_cast<uint8_t>(FIRST_TRAIL + s32Word + s32Byte),
-                          static_cast<uint8_t>(u64Counts >> (8 * s32Byte)));
-                    u64Counts &= ~(uint64_t{0xFF} << (8 * s32Byte));
-                }
+        for (size_t u32Word = 0; u32Word < sizeof au8Count; u32Word += 8) {
+            auto u64Counts = loadAs<uint64_t>(au8Count + u32Word);
+            while (u64Counts != 0) {
+                const uint32_t u32Byte = static_cast<uint32_t>(std::countr_zero(u64Counts)) / 8;
+                weigh(static_cast<uint8_t>(FIRST_LEAD + u32Word / TRAILS),
+                      static_cast<uint8_t>(FIRST_TRAIL + u32Word % TRAILS + u32Byte),
+                      static_cast<uint8_t>(u64Counts >> (8 * u32Byte)));
+                u64Counts &= ~(uint64_t{0xFF} << (8 * u32Byte));
             }
         }
     }
@@ -200,7 +198,7 @@ class PairSurvey {
     int32_t s32Visited = 0; // pair starts met, without those that are only counted yet
     int32_t s32FourByteCodes = 0;
     int32_t s32SecondHalf = -1; // where the second half of the latest four-byte code stands
-    uint8_t au8Count[LEADS][TRAILS];
+    uint8_t au8Count[LEADS * TRAILS];
 };
 
 static_assert(sizeof(PairSurvey) <= 32768, "small devices have small thread stacks");
