@@ -1,5 +1,5 @@
-// A quick count of what limits the scores that a text can reach. Taken once, it spares most texts the long way through
-// the estimators of encodings that are not theirs.
+// A quick count of what a text holds, as far as it limits the scores that the text can reach. Taken once, it spares
+// most texts the long way through the estimators of encodings that are not theirs.
 #pragma once
 
 #include "text_scan.h"
@@ -11,47 +11,61 @@ struct BYTE_CENSUS_S {
     int32_t s32Runs;        // runs of such bytes
     int32_t s32CommonLeads; // lead bytes of Shift_JIS whose rows hold all characters that have a weight
     int32_t s32RareLeads;   // its other lead bytes
+    bool bEscape;           // an ESC occurs
+    bool bTilde;
 
     // Steps of two through each run meet at most so many pairs.
     constexpr int32_t mostPairs() const { return s32Foreign / 2 + s32Runs / 2 + 1; }
 };
 
-// What limits any text of this length, or a part of a text that is not looked at.
-constexpr BYTE_CENSUS_S worstCensus(int32_t s32Length) { return {s32Length, 1, s32Length, s32Length}; }
-
+constexpr uint8_t ESC = 0x1B;
 constexpr uint8_t SJIS_LAST_COMMON_LEAD = 0x98;
 
 constexpr bool isSjisLead(uint8_t u8Byte) {
     return (u8Byte >= 0x81 && u8Byte <= 0x9F) || (u8Byte >= 0xE0 && u8Byte <= 0xEF);
 }
 
-inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
-    if (!HAS_VECTORS)
-        return worstCensus(stText.s32Length);
-    BYTE_CENSUS_S stCensus{};
+// Adds a block; the byte before it is read too unless the block is the first.
+inline void addToCensus(BYTE_CENSUS_S &stCensus, const uint8_t *pu8Block, bool bFirst) {
+    VECTOR_MASK vForeign{}, vRuns{}, vCommon{}, vRare{}, vEscape{}, vTilde{}; // counted downwards, a true mask being -1
     VECTOR_U8 vBefore{};
-    int32_t s32Pos = 0;
-    for (; stText.s32Length - s32Pos >= TEXT_BLOCK && !quitRequested(stControl); s32Pos += TEXT_BLOCK) {
-        VECTOR_MASK vForeign{}, vRuns{}, vCommon{}, vRare{}; // counted downwards, a true mask being -1
-        for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
-            const auto vText = loadAs<VECTOR_U8>(stText.pu8 + s32Pos + i);
-            if (s32Pos + i > 0)
-                vBefore = loadAs<VECTOR_U8>(stText.pu8 + s32Pos + i - 1);
-            const VECTOR_MASK vHigh = vText > 0x7E;
-            vForeign += vHigh;
-            vRuns += vHigh & (vBefore <= 0x7E);
-            vCommon += vText - 0x81 <= SJIS_LAST_COMMON_LEAD - 0x81; // one comparison for both ends of a range
-            vRare += (vText - (SJIS_LAST_COMMON_LEAD + 1) <= 0x9F - (SJIS_LAST_COMMON_LEAD + 1)) |
-                     (vText - 0xE0 <= 0xEF - 0xE0);
-        }
-        stCensus.s32Foreign += sumOfBytes(-vForeign);
-        stCensus.s32Runs += sumOfBytes(-vRuns);
-        stCensus.s32CommonLeads += sumOfBytes(-vCommon);
-        stCensus.s32RareLeads += sumOfBytes(-vRare);
+    for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
+        const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
+        if (i > 0 || !bFirst)
+            vBefore = loadAs<VECTOR_U8>(pu8Block + i - 1);
+        const VECTOR_MASK vHigh = vText > 0x7E;
+        vForeign += vHigh;
+        vRuns += vHigh & (vBefore <= 0x7E);
+        vCommon += vText - 0x81 <= SJIS_LAST_COMMON_LEAD - 0x81; // one comparison for both ends of a range
+        vRare +=
+            (vText - (SJIS_LAST_COMMON_LEAD + 1) <= 0x9F - (SJIS_LAST_COMMON_LEAD + 1)) | (vText - 0xE0 <= 0xEF - 0xE0);
+        vEscape |= vText == ESC;
+        vTilde |= vText == '~';
     }
-    const BYTE_CENSUS_S stRest = worstCensus(stText.s32Length - s32Pos);
-    return {stCensus.s32Foreign + stRest.s32Foreign, stCensus.s32Runs + stRest.s32Runs,
-            stCensus.s32CommonLeads + stRest.s32CommonLeads, stCensus.s32RareLeads + stRest.s32RareLeads};
+    stCensus.s32Foreign += sumOfBytes(-vForeign);
+    stCensus.s32Runs += sumOfBytes(-vRuns);
+    stCensus.s32CommonLeads += sumOfBytes(-vCommon);
+    stCensus.s32RareLeads += sumOfBytes(-vRare);
+    stCensus.bEscape |= !isZero(vEscape);
+    stCensus.bTilde |= !isZero(vTilde);
+}
+
+inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
+    const int32_t s32Length = stText.s32Length;
+    const BYTE_CENSUS_S stAnything{s32Length, 1, s32Length, s32Length, true, true};
+    if (!HAS_VECTORS)
+        return stAnything;
+    BYTE_CENSUS_S stCensus{};
+    int32_t s32Pos = 0;
+    for (; s32Length - s32Pos >= TEXT_BLOCK; s32Pos += TEXT_BLOCK) {
+        if (quitRequested(stControl)) // the estimators see to the rest
+            return stAnything;
+        addToCensus(stCensus, stText.pu8 + s32Pos, s32Pos == 0);
+    }
+    uint8_t au8Rest[1 + TEXT_BLOCK] = {s32Pos > 0 ? stText.pu8[s32Pos - 1] : uint8_t{0}};
+    std::memcpy(au8Rest + 1, stText.pu8 + s32Pos, static_cast<size_t>(s32Length - s32Pos));
+    addToCensus(stCensus, au8Rest + 1, false);
+    return quitRequested(stControl) ? stAnything : stCensus;
 }
 
 } // namespace zucharset

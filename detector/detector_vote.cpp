@@ -15,19 +15,19 @@ enum class PRECISION_E {
 void score(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, PRECISION_E enPrecision, SCORES_S &stScores) {
     stScores = {};
     int32_t *ps32Score = stScores.as32;
-    TARGET_S stTarget{};
+    TARGET_S stTarget{0, takeCensus(stDetector.stControl, stText)};
+    const BYTE_CENSUS_S &stCensus = stTarget.stCensus;
     const auto raiseTarget = [&] {
+        stTarget.s32Score = DETECTOR_THRESHOLD;
         for (const int32_t s32Score : stScores.as32)
             stTarget.s32Score = s32Score > stTarget.s32Score ? s32Score : stTarget.s32Score;
     };
-    ps32Score[DETECTOR_ENCODING_UTF8] = _Detector_utf8_probability(stDetector, stText);
-    ps32Score[DETECTOR_ENCODING_ASCII] = _Detector_ascii_probability(stDetector, stText);
-    ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText);
-    _Detector_escapes_probability(stDetector, stText, stScores);
-    if (enPrecision == PRECISION_E::WINNER) {
-        stTarget = {DETECTOR_THRESHOLD, takeCensus(stDetector.stControl, stText)};
+    ps32Score[DETECTOR_ENCODING_UTF8] = _Detector_utf8_probability(stDetector, stText, stCensus);
+    ps32Score[DETECTOR_ENCODING_ASCII] = _Detector_ascii_probability(stDetector, stText, stCensus);
+    ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText, stCensus);
+    _Detector_escapes_probability(stDetector, stText, stCensus, stScores);
+    if (enPrecision == PRECISION_E::WINNER)
         raiseTarget();
-    }
     _Detector_pairs_probability(stDetector, stText, stTarget, stScores);
     if (enPrecision == PRECISION_E::WINNER)
         raiseTarget();

@@ -7,8 +7,6 @@
 namespace zucharset {
 namespace {
 
-constexpr uint8_t ESC = 0x1B;
-
 bool holdsAt(TEXT_S stText, int32_t s32Pos, std::string_view strBytes) {
     return stText.s32Length - s32Pos >= static_cast<int32_t>(strBytes.size()) &&
            std::memcmp(stText.pu8 + s32Pos, strBytes.data(), strBytes.size()) == 0;
@@ -101,10 +99,11 @@ int32_t scanIso2022Segment(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S
 } // namespace
 
 // In an HZ text ~{ begins a segment of GB2312 characters and ~} or the end of the line ends it.
-int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
+int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                 const BYTE_CENSUS_S &stCensus) {
     PAIR_TOTALS_S stTotals;
     int32_t s32Segments = 0;
-    int32_t s32Pos = findByte(stDetector, stText, 0, '~');
+    int32_t s32Pos = stCensus.bTilde ? findByte(stDetector, stText, 0, '~') : stText.s32Length;
     while (s32Pos < stText.s32Length - 1 && !quitRequested(stDetector.stControl)) {
         const uint8_t u8Next = stText.pu8[s32Pos + 1];
         if (u8Next == '{') {
@@ -152,8 +151,9 @@ int32_t _Detector_iso_2022_jp_probability(const ZU_CHARSETDETECTOR_Common_S &stD
 
 } // namespace
 
-void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores) {
-    const int32_t s32First = findByte(stDetector, stText, 0, ESC);
+void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                   const BYTE_CENSUS_S &stCensus, SCORES_S &stScores) {
+    const int32_t s32First = stCensus.bEscape ? findByte(stDetector, stText, 0, ESC) : stText.s32Length;
     int32_t *ps32Score = stScores.as32;
     ps32Score[DETECTOR_ENCODING_ISO_2022_CN] = _Detector_iso_2022_cn_probability(stDetector, stText, s32First);
     ps32Score[DETECTOR_ENCODING_ISO_2022_KR] = _Detector_iso_2022_kr_probability(stDetector, stText, s32First);

@@ -52,11 +52,11 @@ struct PAIR_TOTALS_S {
     }
 };
 
-// Tells an estimator which scores matter: it may stop as soon as it cannot reach the target, and then gives some lower
-// score. With target 0 every score is exact, and no census is needed.
+// Tells an estimator what it looks for: the census of the text and the scores that matter. It may stop as soon as it
+// cannot reach the target, and then gives some lower score. With target 0 every score is exact.
 struct TARGET_S {
     int32_t s32Score;
-    BYTE_CENSUS_S stCensus; // of the text
+    BYTE_CENSUS_S stCensus;
 };
 
 // GB2312, GBK, GB18030, Big5, Big5-plus, EUC-KR, CP949 and EUC-JP, which look at the same pairs.
@@ -65,10 +65,14 @@ void _Detector_pairs_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, 
 
 int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
                                    const TARGET_S &stTarget);
-int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+int32_t _Detector_hz_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                 const BYTE_CENSUS_S &stCensus);
 // ISO-2022-CN, ISO-2022-KR and ISO-2022-JP, which all wait for an escape.
-void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, SCORES_S &stScores);
-int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
-int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText);
+void _Detector_escapes_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                   const BYTE_CENSUS_S &stCensus, SCORES_S &stScores);
+int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                   const BYTE_CENSUS_S &stCensus);
+int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                    const BYTE_CENSUS_S &stCensus);
 
 } // namespace zucharset

@@ -38,6 +38,8 @@ class PairSurvey {
 
     void scan(TEXT_S stText, const TARGET_S &stTarget) {
         const int32_t s32Last = stText.s32Length - 1; // a lead byte here has no partner and is not looked at
+        if (stTarget.stCensus.s32Foreign == 0)
+            return;
         const int32_t s32First = findPairStart(stDetector.stControl, stText, 0, s32Last);
         if (stText.s32Length - s32First <= COUNTING_PAYS) {
             scanRange<PAIRS_E::WEIGHED>(stText, s32First, s32Last);

@@ -62,7 +62,7 @@ int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector
     PAIR_TOTALS_S stTotals;
     const int32_t s32Last = stText.s32Length - 1;
     int32_t s32NextCheck = s32CheckEvery;
-    int32_t s32Pos = 0;
+    int32_t s32Pos = stTarget.stCensus.s32Foreign > 0 ? 0 : s32Last;
     while (s32Pos < s32Last && !quitRequested(stDetector.stControl)) {
         if (s32Pos >= s32NextCheck) {
             if (!stTotals.canReach(stTarget.s32Score, (stText.s32Length - s32Pos) / 2 + 1))

@@ -48,16 +48,22 @@ int32_t adjustScore(TEXT_S stText, int32_t s32Raw, int32_t s32GoodBytes) {
     return s32Raw >= 96 && s32GoodBytes > 30 ? s32Raw : 0;
 }
 
+// The UTF-8 score of a text that could as well be anything else.
+constexpr int32_t ALL_ASCII = 17;
+
 // What a byte takes from the score of plain text.
 constexpr int32_t getScore(uint8_t u8Byte) {
     if (u8Byte >= 0x7F)
         return 10;
-    return u8Byte == 0x1B ? 5 : 0;
+    return u8Byte == ESC ? 5 : 0;
 }
 
 } // namespace
 
-int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
+int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                   const BYTE_CENSUS_S &stCensus) {
+    if (stCensus.s32Foreign == 0)
+        return ALL_ASCII;
     int32_t s32Ascii = 0;
     int32_t s32GoodBytes = 0;
     int32_t s32Pos = 0;
@@ -96,15 +102,16 @@ int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector
         }
     }
     if (s32Ascii == stText.s32Length)
-        return 17;
+        return ALL_ASCII;
     const float f32Share = quotient(s32GoodBytes, stText.s32Length - s32Ascii);
     return adjustScore(stText, static_cast<int32_t>(rounded(100.0f * f32Share)), s32GoodBytes);
 }
 
-int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText) {
-    const auto costly = [](auto wWords) { return markAtLeast(wWords, 0x7F) | markEqual(wWords, 0x1B); };
+int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
+                                    const BYTE_CENSUS_S &stCensus) {
+    const auto costly = [](auto wWords) { return markAtLeast(wWords, 0x7F) | markEqual(wWords, ESC); };
     int32_t s32Score = 70;
-    int32_t s32Pos = 0;
+    int32_t s32Pos = stCensus.s32Foreign > 0 || stCensus.bEscape ? 0 : stText.s32Length;
     while ((s32Pos = findMarkedUnlessQuit(stDetector.stControl, stText, s32Pos, costly)) < stText.s32Length &&
            !quitRequested(stDetector.stControl)) {
         s32Score -= getScore(stText.pu8[s32Pos]);
