@@ -5,6 +5,9 @@
 #include "pair_rules.h"
 #include "text_scan.h"
 
+#include "tables/ranked_positions.h"
+
+#include <algorithm>
 #include <utility>
 
 namespace zucharset {
@@ -15,6 +18,47 @@ constexpr const PAIR_ESTIMATOR_S *ESTIMATORS[] = {
     &_Detector_big5_probability,   &_Detector_big5plus_probability, &_Detector_euc_kr_probability,
     &_Detector_cp949_probability,  &_Detector_euc_jp_probability,
 };
+
+// --- Pairs that weigh nothing ---
+
+constexpr bool isLight(uint8_t u8Lead, uint8_t u8Trail) {
+    return u8Lead >= FIRST_LIGHT_LEAD && u8Trail >= FIRST_LIGHT_TRAIL;
+}
+
+// Whether a ranking gives no weight to light pairs, apart from those that a base set accepts first.
+template <size_t u32Ranked>
+constexpr bool leavesOutLight(const uint16_t (&au16Ranked)[u32Ranked], const PAIR_RULE_S &stRule,
+                              const PAIR_RULE_S &stBase = NO_RULE) {
+    for (const uint16_t u16Cell : au16Ranked) {
+        const auto u8Lead = static_cast<uint8_t>(stRule.u8FirstLead + u16Cell / stRule.s32Columns);
+        for (int32_t s32Trail = FIRST_LIGHT_TRAIL; s32Trail <= 0xFF; ++s32Trail) {
+            const auto u8Trail = static_cast<uint8_t>(s32Trail);
+            const bool bBase =
+                u8Lead >= stBase.u8FirstLead && u8Lead <= stBase.u8LastLead && trailColumn(stBase, u8Trail) >= 0;
+            if (isLight(u8Lead, u8Trail) && !bBase && trailColumn(stRule, u8Trail) == u16Cell % stRule.s32Columns)
+                return false;
+        }
+    }
+    return stRule.s32Fallback == 0 || stRule.u8FirstLead + stRule.s32LastFallbackRow < FIRST_LIGHT_LEAD;
+}
+
+static_assert(leavesOutLight(s_u16RankedGB, RULE_GB2312) && leavesOutLight(s_u16RankedGBK, RULE_GBK, RULE_GB2312) &&
+              leavesOutLight(s_u16RankedBIG5, RULE_BIG5) && leavesOutLight(s_u16RankedBIG5, RULE_BIG5_IN_BIG5PLUS) &&
+              leavesOutLight(s_u16RankedBIG5P, RULE_BIG5PLUS, RULE_BIG5_IN_BIG5PLUS) &&
+              leavesOutLight(s_u16RankedKR, RULE_EUC_KR) && leavesOutLight(s_u16RankedJP, RULE_EUC_JP));
+
+// Whether any estimator can reach a score. All bytes above 7E but the last are part of a pair, so that there are at
+// least half as many pairs. With few pairs of any weight a score is highest when those alone are accepted, or all.
+bool pairsCanReach(const TARGET_S &stTarget) {
+    const double f64Weighty = stTarget.stCensus.s32Weighty;
+    const double f64Pairs = (stTarget.stCensus.s32Foreign - 1) / 2.0;
+    if (f64Weighty >= f64Pairs)
+        return true;
+    const double f64Part = f64Weighty / f64Pairs;
+    return std::max(50 * f64Part + 60, 50 + 60 * f64Part) + 1 >= stTarget.s32Score;
+}
+
+// --- The survey ---
 
 // Accepted pairs and what they weigh together.
 struct PAIR_SUM_S {
@@ -38,7 +82,7 @@ class PairSurvey {
 
     void scan(TEXT_S stText, const TARGET_S &stTarget) {
         const int32_t s32Last = stText.s32Length - 1; // a lead byte here has no partner and is not looked at
-        if (stTarget.stCensus.s32Foreign == 0)
+        if (stTarget.stCensus.s32Foreign == 0 || !pairsCanReach(stTarget))
             return;
         const int32_t s32First = findPairStart(stDetector.stControl, stText, 0, s32Last);
         if (stText.s32Length - s32First <= COUNTING_PAYS) {
