@@ -115,7 +115,7 @@ class PairSurvey {
     static constexpr size_t LEADS = 0xFF - FIRST_LEAD + 1;
     static constexpr size_t FIRST_TRAIL = 0x40;
     static constexpr size_t TRAILS = 0xFF - FIRST_TRAIL + 1;
-    static_assert(TRAILS % 8 == 0);
+    static_assert(TRAILS % 16 == 0);
 
     // In a shorter text each pair is weighed as it comes.
     static constexpr int32_t COUNTING_PAYS = 256;
@@ -160,15 +160,22 @@ class PairSurvey {
     }
 
     void weighCounts() {
-        for (size_t u32Word = 0; u32Word < sizeof au8Count; u32Word += 8) {
-            auto u64Counts = loadAs<uint64_t>(au8Count + u32Word);
-            while (u64Counts != 0) {
-                const uint32_t u32Byte = static_cast<uint32_t>(std::countr_zero(u64Counts)) / 8;
-                weigh(static_cast<uint8_t>(FIRST_LEAD + u32Word / TRAILS),
-                      static_cast<uint8_t>(FIRST_TRAIL + u32Word % TRAILS + u32Byte),
-                      static_cast<uint8_t>(u64Counts >> (8 * u32Byte)));
-                u64Counts &= ~(uint64_t{0xFF} << (8 * u32Byte));
-            }
+        for (size_t u32Cell = 0; u32Cell < sizeof au8Count; u32Cell += 16) {
+            if (isZero(loadAs<VECTOR_U64>(au8Count + u32Cell)))
+                continue;
+            weighWord(u32Cell);
+            weighWord(u32Cell + 8);
+        }
+    }
+
+    void weighWord(size_t u32Cell) {
+        auto u64Counts = loadAs<uint64_t>(au8Count + u32Cell);
+        while (u64Counts != 0) {
+            const uint32_t u32Byte = static_cast<uint32_t>(std::countr_zero(u64Counts)) / 8;
+            weigh(static_cast<uint8_t>(FIRST_LEAD + u32Cell / TRAILS),
+                  static_cast<uint8_t>(FIRST_TRAIL + u32Cell % TRAILS + u32Byte),
+                  static_cast<uint8_t>(u64Counts >> (8 * u32Byte)));
+            u64Counts &= ~(uint64_t{0xFF} << (8 * u32Byte));
         }
     }
 
