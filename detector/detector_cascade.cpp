@@ -3,6 +3,8 @@
 #include "text_scan.h"
 #include "utf16_units.h"
 
+#include <algorithm>
+
 namespace zucharset {
 namespace {
 
@@ -45,72 +47,140 @@ static_assert(std::size(s_astCascade) == 27);
 
 constexpr size_t UTF16_ROWS = 2;
 
-// The quit flag is read once more in the middle of the cascade.
-constexpr size_t QUIT_ROW = 13;
+// --- Single bytes ---
 
-// The bytes that occur in a text, as far as they tell: no test minds 20 to 7E, and none knows one byte below 20 from
-// another, so the first of those stands for all. Only a 00 is looked for further on.
-ByteSet bytesOf(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
-    uint8_t u8Limit = 0x20;
-    const auto telling = [&u8Limit](auto wWords) { return markAtLeast(wWords, 0x7F) | markBelow(wWords, u8Limit); };
-    uint8_t au8Seen[256] = {};
-    int32_t s32Pos = 0;
-    while ((s32Pos = findMarkedUnlessQuit(stControl, stText, s32Pos, telling)) < stText.s32Length &&
-           !quitRequested(stControl)) {
-        const uint8_t u8Byte = stText.pu8[s32Pos++];
-        au8Seen[u8Byte] = 1;
-        if (u8Byte < 0x20) {
-            u8Limit = u8Byte == 0 ? 0 : 1;
+// The bytes that a row does not know, as far as they are easily told from others: ranges outside the block 80 to 9F,
+// which holds most of the unknown bytes, and nearly none of the bytes of a text.
+struct GAPS_S {
+    int32_t s32Count;
+    uint8_t au8First[9];
+    uint8_t au8Last[9];
+};
+
+constexpr GAPS_S gapsOf(const ByteSet &stKnown) {
+    GAPS_S stGaps{};
+    const auto isGap = [&](uint32_t u32Byte) {
+        return (u32Byte < 0x80 || u32Byte > 0x9F) && !stKnown.has(static_cast<uint8_t>(u32Byte));
+    };
+    for (uint32_t u32Byte = 0; u32Byte <= 0xFF; ++u32Byte) {
+        if (!isGap(u32Byte))
             continue;
+        const int32_t s32Gap = stGaps.s32Count++; // no constant if there are more than nine
+        stGaps.au8First[s32Gap] = static_cast<uint8_t>(u32Byte);
+        while (u32Byte < 0xFF && isGap(u32Byte + 1))
+            ++u32Byte;
+        stGaps.au8Last[s32Gap] = static_cast<uint8_t>(u32Byte);
+    }
+    return stGaps;
+}
+
+struct ALL_GAPS_S {
+    GAPS_S ast[std::size(s_astCascade)];
+};
+
+constexpr ALL_GAPS_S s_stGaps = [] {
+    ALL_GAPS_S stGaps{};
+    for (size_t i = UTF16_ROWS; i < std::size(s_astCascade); ++i)
+        stGaps.ast[i] = gapsOf(*s_astCascade[i].pstKnown);
+    return stGaps;
+}();
+
+// Whether a block may hold bytes that a row does not know.
+bool isSuspicious(const uint8_t *pu8Block, const GAPS_S &stGaps) {
+    if (!HAS_VECTORS)
+        return true;
+    const bool bControls = stGaps.s32Count > 0 && stGaps.au8First[0] == 0;
+    if (!bControls && isAsciiBlock(pu8Block))
+        return false;
+    VECTOR_MASK vFound{};
+    const auto look = [&](uint8_t u8First, uint8_t u8Last) {
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < TEXT_BLOCK; i += 16)
+            vFound |= loadAs<VECTOR_U8>(pu8Block + i) - u8First <= static_cast<uint8_t>(u8Last - u8First);
+    };
+    look(0x80, 0x9F);
+    for (int32_t s32Gap = 0; s32Gap < stGaps.s32Count; ++s32Gap)
+        look(stGaps.au8First[s32Gap], stGaps.au8Last[s32Gap]);
+    return !isZero(vFound);
+}
+
+// Position of the first byte from s32Pos on that a row does not know, or the length of the text; the position reached
+// on a quit request.
+int32_t findUnknown(const HANDLE_CONTROL_S &stControl, TEXT_S stText, int32_t s32Pos, const CASCADE_ROW_S &stRow,
+                    const GAPS_S &stGaps) {
+    while (s32Pos < stText.s32Length && !quitRequested(stControl)) {
+        const int32_t s32Block = std::min(stText.s32Length - s32Pos, TEXT_BLOCK);
+        if (s32Block < TEXT_BLOCK || isSuspicious(stText.pu8 + s32Pos, stGaps)) {
+            for (int32_t i = 0; i < s32Block; ++i) {
+                if (!stRow.pstKnown->has(stText.pu8[s32Pos + i]))
+                    return s32Pos + i;
+            }
         }
-        // Foreign bytes come in runs: take one without looking for its end byte by byte.
-        const int32_t s32End = stText.s32Length - s32Pos > 16 ? s32Pos + 16 : stText.s32Length;
-        while (s32Pos < s32End)
-            au8Seen[stText.pu8[s32Pos++]] = 1;
+        s32Pos += s32Block;
     }
+    return s32Pos;
+}
+
+// The bytes at the start of a text, which show for most rows that they do not know them all.
+constexpr int32_t START = 512;
+
+ByteSet bytesOf(TEXT_S stText) {
+    uint8_t au8Seen[256] = {};
+    for (int32_t i = 0; i < stText.s32Length; ++i)
+        au8Seen[stText.pu8[i]] = 1;
     ByteSet stBytes{};
-    for (uint32_t u32Byte = 0; u32Byte < 256; ++u32Byte) {
-        if (au8Seen[u32Byte] != 0)
-            stBytes.add(static_cast<uint8_t>(u32Byte));
-    }
+    for (uint32_t u32Byte = 0; u32Byte < 256; ++u32Byte)
+        stBytes.au32Bits[u32Byte / 32] |= uint32_t{au8Seen[u32Byte]} << u32Byte % 32;
     return stBytes;
 }
 
+// --- UTF-16 ---
+
 // The answer of a UTF-16 test, but that a quit request ends it. Without a zero byte there is no ASCII unit, so that
 // only a byte order mark can make a text UTF-16; the test itself sees to that, and logs it.
-bool acceptsUtf16(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl, TEXT_S stText,
-                  const ByteSet &stBytes) {
+bool acceptsUtf16(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl, TEXT_S stText, bool bZero) {
     const uint32_t u32Start = stText.s32Length >= 2 ? loadAs<uint16_t>(stText.pu8) : 0;
     if (u32Start == 0xFEFF || u32Start == 0xFFFE)
         return stRow.pfnTest(stText.pu8, stText.s32Length) == 0;
     const int32_t s32High = stRow.s32CodeType == ZU_CHARSET_CODETYPE_UCS16BE ? 0 : 1;
-    return stBytes.has(0x00) && checkUtf16Units(stText.pu8, stText.s32Length, s32High,
-                                                [&stControl] { return quitRequested(stControl); }) == 0;
+    return bZero && checkUtf16Units(stText.pu8, stText.s32Length, s32High,
+                                    [&stControl] { return quitRequested(stControl); }) == 0;
 }
 
-// Whether a row accepts the text. The bytes that occur are all that a single-byte test looks at, IsIso8859_1 apart.
-bool accepts(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl, TEXT_S stText, const ByteSet &stBytes) {
-    if (stRow.pstKnown == nullptr)
-        return acceptsUtf16(stRow, stControl, stText, stBytes);
-    if (stRow.pfnTest == IsIso8859_1)
-        return IsIso8859_1(stText.pu8, stText.s32Length) == 0;
-    return stRow.pstKnown->includes(stBytes);
+bool holdsZero(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
+    int32_t s32Pos = 0;
+    while (s32Pos < stText.s32Length && !quitRequested(stControl)) {
+        s32Pos = findMarkedUnlessQuit(stControl, stText, s32Pos, [](auto wWords) { return markEqual(wWords, 0); });
+        if (s32Pos < stText.s32Length && stText.pu8[s32Pos] == 0)
+            return true;
+    }
+    return false;
 }
 
 } // namespace
 
 std::span<const CASCADE_ROW_S> cascadeRows() { return s_astCascade; }
 
+// The bytes that occur are all that a single-byte test looks at. IsIso8859_1 looks at their number too, but knows no
+// more of them than the tests before it, so that its turn never comes.
 int32_t identifySingleByte(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
-    if (quitRequested(stControl))
-        return 0;
-    const ByteSet stBytes = bytesOf(stControl, stText);
-    for (size_t i = 0; i < std::size(s_astCascade); ++i) {
-        // The first looks are at a request during the count of bytes or of units, which leaves them unfinished.
-        if ((i <= UTF16_ROWS || i == QUIT_ROW) && quitRequested(stControl))
-            return 0;
-        if (accepts(s_astCascade[i], stControl, stText, stBytes))
+    const bool bZero = holdsZero(stControl, stText);
+    for (size_t i = 0; i < UTF16_ROWS && !quitRequested(stControl); ++i) {
+        if (acceptsUtf16(s_astCascade[i], stControl, stText, bZero))
             return s_astCascade[i].s32CodeType;
+    }
+    const int32_t s32Start = std::min(stText.s32Length, START);
+    ByteSet stSeen = bytesOf({stText.pu8, s32Start});
+    for (size_t i = UTF16_ROWS; i < std::size(s_astCascade) && !quitRequested(stControl); ++i) {
+        const CASCADE_ROW_S &stRow = s_astCascade[i];
+        if (!stRow.pstKnown->includes(stSeen))
+            continue;
+        const int32_t s32Unknown = findUnknown(stControl, stText, s32Start, stRow, s_stGaps.ast[i]);
+        if (quitRequested(stControl))
+            break;
+        if (s32Unknown == stText.s32Length)
+            return stRow.s32CodeType;
+        stSeen.add(stText.pu8[s32Unknown]);
     }
     return 0;
 }
