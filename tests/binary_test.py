@@ -7,8 +7,9 @@ import re
 import subprocess
 import sys
 
-RUNTIME = """fflush free gettimeofday localtime_r malloc memcmp memcpy memmove memset raise sched_yield stdout strlen
-    strrchr __stack_chk_fail __stack_chk_guard SVR_LOG_Write memcpy_s memset_s snprintf_s vsnprintf_s""".split()
+RUNTIME = """fflush free gettimeofday localtime_r malloc memcmp memcpy memmove memset raise sched_yield
+    stdout strlen strrchr __memcpy_chk __stack_chk_fail __stack_chk_guard SVR_LOG_Write memcpy_s memset_s
+    snprintf_s vsnprintf_s""".split()
 
 text = subprocess.run([sys.argv[1], "-W", "-l", "-d", "--dyn-syms", sys.argv[2]], check=True, capture_output=True,
                       text=True, env={"LC_ALL": "C"}).stdout
