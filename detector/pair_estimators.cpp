@@ -21,21 +21,19 @@ constexpr const PAIR_ESTIMATOR_S *ESTIMATORS[] = {
 
 // --- Pairs that weigh nothing ---
 
-constexpr bool isLight(uint8_t u8Lead, uint8_t u8Trail) {
-    return u8Lead >= FIRST_LIGHT_LEAD && u8Trail >= FIRST_LIGHT_TRAIL;
-}
-
 // Whether a ranking gives no weight to light pairs, apart from those that a base set accepts first.
 template <size_t u32Ranked>
 constexpr bool leavesOutLight(const uint16_t (&au16Ranked)[u32Ranked], const PAIR_RULE_S &stRule,
                               const PAIR_RULE_S &stBase = NO_RULE) {
     for (const uint16_t u16Cell : au16Ranked) {
-        const auto u8Lead = static_cast<uint8_t>(stRule.u8FirstLead + u16Cell / stRule.s32Columns);
+        const int32_t s32Lead = stRule.u8FirstLead + u16Cell / stRule.s32Columns;
+        if (s32Lead < FIRST_LIGHT_LEAD)
+            continue;
         for (int32_t s32Trail = FIRST_LIGHT_TRAIL; s32Trail <= 0xFF; ++s32Trail) {
             const auto u8Trail = static_cast<uint8_t>(s32Trail);
             const bool bBase =
-                u8Lead >= stBase.u8FirstLead && u8Lead <= stBase.u8LastLead && trailColumn(stBase, u8Trail) >= 0;
-            if (isLight(u8Lead, u8Trail) && !bBase && trailColumn(stRule, u8Trail) == u16Cell % stRule.s32Columns)
+                s32Lead >= stBase.u8FirstLead && s32Lead <= stBase.u8LastLead && trailColumn(stBase, u8Trail) >= 0;
+            if (!bBase && trailColumn(stRule, u8Trail) == u16Cell % stRule.s32Columns)
                 return false;
         }
     }
@@ -186,20 +184,20 @@ class PairSurvey {
 
     template <size_t... u32Family>
     void weighFor(uint8_t u8Lead, uint8_t u8Trail, int32_t s32Times, std::index_sequence<u32Family...>) {
-        (weighForFamily<PAIR_FAMILIES[u32Family]>(u8Lead, u8Trail, s32Times, astSums[u32Family]), ...);
+        (weighForFamily<u32Family>(u8Lead, u8Trail, s32Times), ...);
     }
 
-    template <const PAIR_FAMILY_S &stFamily>
-    [[gnu::always_inline]] void weighForFamily(uint8_t u8Lead, uint8_t u8Trail, int32_t s32Times,
-                                               FAMILY_SUMS_S &stSums) {
+    template <size_t u32Family>
+    [[gnu::always_inline]] void weighForFamily(uint8_t u8Lead, uint8_t u8Trail, int32_t s32Times) {
+        constexpr PAIR_FAMILY_S stFamily = PAIR_FAMILIES[u32Family];
         int32_t s32Value = applyRule(stFamily.stBase, stDetector, u8Lead, u8Trail);
         if (s32Value != REFUSED) {
-            stSums.stBase.add(s32Value, s32Times);
+            astSums[u32Family].stBase.add(s32Value, s32Times);
             return;
         }
         s32Value = applyRule(stFamily.stSuperset, stDetector, u8Lead, u8Trail);
         if (s32Value != REFUSED)
-            stSums.stSuperset.add(s32Value, s32Times);
+            astSums[u32Family].stSuperset.add(s32Value, s32Times);
     }
 
     static bool isGb18030Lead(uint8_t u8Byte) { return u8Byte >= 0x81 && u8Byte <= 0xFE; }
