@@ -4,6 +4,8 @@
 
 #include "text_scan.h"
 
+#include <algorithm>
+
 namespace zucharset {
 
 struct BYTE_CENSUS_S {
@@ -30,40 +32,69 @@ constexpr bool isSjisLead(uint8_t u8Byte) {
     return (u8Byte >= 0x81 && u8Byte <= 0x9F) || (u8Byte >= 0xE0 && u8Byte <= 0xEF);
 }
 
-// Adds a block; the byte before it is read too unless the block is the first.
-inline void addToCensus(BYTE_CENSUS_S &stCensus, const uint8_t *pu8Block, bool bFirst) {
-    VECTOR_MASK vForeign{}, vEscape{}, vTilde{}; // counted downwards, a true mask being -1
-    for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
-        const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
-        vForeign += vText > 0x7E;
-        vEscape |= vText == ESC;
-        vTilde |= vText == '~';
-    }
-    stCensus.bEscape |= !isZero(vEscape);
-    stCensus.bTilde |= !isZero(vTilde);
-    if (isZero(vForeign) && (bFirst || pu8Block[-1] <= 0x7E))
-        return;
-    const VECTOR_U8 vNone{};
-    VECTOR_MASK vRuns{}, vWeighty{}, vCommon{}, vRare{};
-    for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
-        const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
-        const VECTOR_U8 vBefore = i == 0 && bFirst ? __builtin_shufflevector(vNone, vText, 15, 16, 17, 18, 19, 20, 21,
-                                                                             22, 23, 24, 25, 26, 27, 28, 29, 30)
-                                                   : loadAs<VECTOR_U8>(pu8Block + i - 1);
-        const VECTOR_MASK vHighBefore = vBefore > 0x7E;
-        vRuns += (vText > 0x7E) & ~vHighBefore;
-        vWeighty += vHighBefore & ((vBefore < FIRST_LIGHT_LEAD) | (vText - 0x40 < FIRST_LIGHT_TRAIL - 0x40));
-        vCommon += vText - 0x81 <= SJIS_LAST_COMMON_LEAD - 0x81; // one comparison for both ends of a range
-        vRare +=
-            (vText - (SJIS_LAST_COMMON_LEAD + 1) <= 0x9F - (SJIS_LAST_COMMON_LEAD + 1)) | (vText - 0xE0 <= 0xEF - 0xE0);
-    }
-    stCensus.s32Foreign += sumOfBytes(-vForeign);
-    stCensus.s32Runs += sumOfBytes(-vRuns);
-    stCensus.s32Weighty += sumOfBytes(-vWeighty);
-    stCensus.s32CommonLeads += sumOfBytes(-vCommon);
-    stCensus.s32RareLeads += sumOfBytes(-vRare);
-}
+// Adds up true masks, as long as no byte counts more than 255 of them.
+class MaskCounter {
+  public:
+    void add(VECTOR_MASK vTrue) { vCount -= std::bit_cast<VECTOR_U8>(vTrue); } // a true mask being -1
 
+    int32_t sum() const {
+        const auto vPairs = std::bit_cast<VECTOR_U16>(vCount);
+        const auto vFours = std::bit_cast<VECTOR_U64>((vPairs & 0xFF) + (vPairs >> 8));
+        return static_cast<int32_t>((vFours[0] + vFours[1]) * 0x0001000100010001 >> 48);
+    }
+
+  private:
+    VECTOR_U8 vCount{};
+};
+
+// Counts up to MOST blocks, the byte before each being read too.
+class BlockCensus {
+  public:
+    static constexpr int32_t MOST = 255 / (TEXT_BLOCK / 16);
+
+    void add(const uint8_t *pu8Block) {
+        VECTOR_MASK vAny{};
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
+            const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
+            const VECTOR_MASK vHigh = vText > 0x7E;
+            vAny |= vHigh;
+            stForeign.add(vHigh);
+            vEscape |= vText == ESC;
+            vTilde |= vText == '~';
+        }
+        if (isZero(vAny) && pu8Block[-1] <= 0x7E)
+            return;
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
+            const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
+            const auto vBefore = loadAs<VECTOR_U8>(pu8Block + i - 1);
+            const VECTOR_MASK vHighBefore = vBefore > 0x7E;
+            stRuns.add((vText > 0x7E) & ~vHighBefore);
+            stWeighty.add(vHighBefore & ((vBefore < FIRST_LIGHT_LEAD) | (vText - 0x40 < FIRST_LIGHT_TRAIL - 0x40)));
+            stCommon.add(vText - 0x81 <= SJIS_LAST_COMMON_LEAD - 0x81); // one comparison for both ends of a range
+            stRare.add((vText - (SJIS_LAST_COMMON_LEAD + 1) <= 0x9F - (SJIS_LAST_COMMON_LEAD + 1)) |
+                       (vText - 0xE0 <= 0xEF - 0xE0));
+        }
+    }
+
+    void addTo(BYTE_CENSUS_S &stCensus) const {
+        stCensus.s32Foreign += stForeign.sum();
+        stCensus.s32Runs += stRuns.sum();
+        stCensus.s32Weighty += stWeighty.sum();
+        stCensus.s32CommonLeads += stCommon.sum();
+        stCensus.s32RareLeads += stRare.sum();
+        stCensus.bEscape |= !isZero(vEscape);
+        stCensus.bTilde |= !isZero(vTilde);
+    }
+
+  private:
+    MaskCounter stForeign, stRuns, stWeighty, stCommon, stRare;
+    VECTOR_MASK vEscape{}, vTilde{};
+};
+
+// The census of a text, whole blocks read where they stand, the first and what is left behind the last from a copy that
+// can be read beyond its ends.
 inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
     const int32_t s32Length = stText.s32Length;
     const BYTE_CENSUS_S stAnything{s32Length, 1, s32Length, s32Length, s32Length, true, true};
@@ -71,15 +102,24 @@ inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText
         return stAnything;
     BYTE_CENSUS_S stCensus{};
     int32_t s32Pos = 0;
-    for (; s32Length - s32Pos >= TEXT_BLOCK; s32Pos += TEXT_BLOCK) {
-        if (quitRequested(stControl)) // the estimators see to the rest
-            return stAnything;
-        addToCensus(stCensus, stText.pu8 + s32Pos, s32Pos == 0);
+    while (s32Pos < s32Length) {
+        BlockCensus stBlocks;
+        for (int32_t i = 0; i < BlockCensus::MOST && s32Pos < s32Length; ++i) {
+            if (quitRequested(stControl)) // the estimators see to the rest
+                return stAnything;
+            if (s32Pos > 0 && s32Length - s32Pos >= TEXT_BLOCK) {
+                stBlocks.add(stText.pu8 + s32Pos);
+            } else {
+                uint8_t au8Copy[1 + TEXT_BLOCK] = {s32Pos > 0 ? stText.pu8[s32Pos - 1] : uint8_t{0}};
+                std::memcpy(au8Copy + 1, stText.pu8 + s32Pos,
+                            static_cast<size_t>(std::min(s32Length - s32Pos, TEXT_BLOCK)));
+                stBlocks.add(au8Copy + 1);
+            }
+            s32Pos += std::min(s32Length - s32Pos, TEXT_BLOCK);
+        }
+        stBlocks.addTo(stCensus);
     }
-    uint8_t au8Rest[1 + TEXT_BLOCK] = {s32Pos > 0 ? stText.pu8[s32Pos - 1] : uint8_t{0}};
-    std::memcpy(au8Rest + 1, stText.pu8 + s32Pos, static_cast<size_t>(s32Length - s32Pos));
-    addToCensus(stCensus, au8Rest + 1, false);
-    return quitRequested(stControl) ? stAnything : stCensus;
+    return stCensus;
 }
 
 } // namespace zucharset
