@@ -148,16 +148,23 @@ struct Ucs8Decoder : AsciiKeeper {
     }
 
     static CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) {
-        // Well-formed text comes out as it is.
-        const bool bBlock = stStretch.pu8InputStop - stCursor.pu8Input >= TEXT_BLOCK - INPUT_MARGIN &&
-                            stStretch.pu8OutputStop - stCursor.pu8Output >= TEXT_BLOCK - OUTPUT_MARGIN;
-        const int32_t s32Bytes = bBlock ? TEXT_BLOCK : INPUT_MARGIN;
-        const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input, s32Bytes);
-        if (s32WellFormed > 0) {
-            for (int32_t i = 0; i < s32Bytes; i += 16)
-                storeAs(stCursor.pu8Output + i, loadAs<VECTOR_U64>(stCursor.pu8Input + i));
-            return advanced(stCursor, s32WellFormed, s32WellFormed);
+        // Well-formed text comes out as it is. Now and then the loop outside is to see whether it has become plain.
+        for (int32_t i = 0; i < 16 && stStretch.goesOn(stCursor); ++i) {
+            const bool bBlock = stStretch.pu8InputStop - stCursor.pu8Input >= TEXT_BLOCK - INPUT_MARGIN &&
+                                stStretch.pu8OutputStop - stCursor.pu8Output >= TEXT_BLOCK - OUTPUT_MARGIN;
+            const int32_t s32Bytes = bBlock ? TEXT_BLOCK : INPUT_MARGIN;
+            const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input, s32Bytes);
+            if (s32WellFormed == 0)
+                return convertFlawed(stCursor, stStretch);
+            for (int32_t s32Part = 0; s32Part < s32Bytes; s32Part += 16)
+                storeAs(stCursor.pu8Output + s32Part, loadAs<VECTOR_U64>(stCursor.pu8Input + s32Part));
+            stCursor = advanced(stCursor, s32WellFormed, s32WellFormed);
         }
+        return stCursor;
+    }
+
+  private:
+    static CURSOR_S convertFlawed(CURSOR_S stCursor, STRETCH_S stStretch) {
         // Behind a flaw the next block may be well-formed again.
         constexpr int32_t s32Steps = HAS_VECTORS ? 8 : INT32_MAX;
         PlainCounter<8> stPlain;

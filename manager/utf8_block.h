@@ -85,12 +85,12 @@ inline int32_t countForeign(const uint8_t *pu8Block) {
     return static_cast<int32_t>(u64Sums * EVERY_BYTE >> 56);
 }
 
-// Marks the bytes that are continuation bytes though nothing before them asks for one, or the reverse, or that begin a
-// sequence of more than four. The bytes one, two and three places before them come with them.
+// Marks the bytes that are continuation bytes though nothing before them asks for one, or the reverse. The bytes one,
+// two and three places before them come with them.
 inline VECTOR_MASK outOfPlace(VECTOR_U8 vText, VECTOR_U8 vBefore1, VECTOR_U8 vBefore2, VECTOR_U8 vBefore3) {
     const auto vWanted = (vBefore1 >= 0xC0) | (vBefore2 >= 0xE0) | (vBefore3 >= 0xF0);
     const auto vContinuation = (vText & 0xC0) == 0x80;
-    return (vWanted ^ vContinuation) | (vText >= 0xF8);
+    return vWanted ^ vContinuation;
 }
 
 // UTF-8 is well-formed when continuation bytes stand exactly where the lead bytes before them ask for them. Of a block
@@ -102,15 +102,19 @@ inline int32_t wellFormedLength(const uint8_t *pu8Block, int32_t s32Bytes = TEXT
         return 0;
     // Zeros stand before the block: nothing there asks for a continuation.
     const VECTOR_U8 vNone{};
-    const auto vFirst = loadAs<VECTOR_U8>(pu8Block);
+    auto vHighest = loadAs<VECTOR_U8>(pu8Block);
     VECTOR_MASK vWrong = outOfPlace(
-        vFirst, __builtin_shufflevector(vNone, vFirst, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
-        __builtin_shufflevector(vNone, vFirst, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29),
-        __builtin_shufflevector(vNone, vFirst, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28));
-    for (int32_t i = 16; i < s32Bytes; i += 16)
-        vWrong |= outOfPlace(loadAs<VECTOR_U8>(pu8Block + i), loadAs<VECTOR_U8>(pu8Block + i - 1),
-                             loadAs<VECTOR_U8>(pu8Block + i - 2), loadAs<VECTOR_U8>(pu8Block + i - 3));
-    if (!isZero(vWrong))
+        vHighest,
+        __builtin_shufflevector(vNone, vHighest, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30),
+        __builtin_shufflevector(vNone, vHighest, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29),
+        __builtin_shufflevector(vNone, vHighest, 13, 14, 15, 16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28));
+    for (int32_t i = 16; i < s32Bytes; i += 16) {
+        const auto vText = loadAs<VECTOR_U8>(pu8Block + i);
+        vWrong |= outOfPlace(vText, loadAs<VECTOR_U8>(pu8Block + i - 1), loadAs<VECTOR_U8>(pu8Block + i - 2),
+                             loadAs<VECTOR_U8>(pu8Block + i - 3));
+        vHighest = vText > vHighest ? vText : vHighest;
+    }
+    if (!isZero(vWrong | (vHighest >= 0xF8)))
         return 0;
     // A sequence that goes on behind the block is left for the next one.
     if (pu8Block[s32Bytes - 1] >= 0xC0)
