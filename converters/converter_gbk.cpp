@@ -10,7 +10,7 @@ constexpr PAIR_GRID_S GBK_GRID{0x81, 0xFE, 0x40, 0xFE, 0, 0};
 constexpr uint32_t GBK_ENTRIES = 24080;
 
 static_assert(sizeof g_Converter_GBKConverterToUnicodeTable == GBK_ENTRIES * sizeof(uint16_t));
-static_assert(GBK_GRID.columns() == 191 && GBK_GRID.indexOf(0xFE, 0xFE) < GBK_ENTRIES);
+static_assert(GBK_GRID.columns() == 191 && GBK_GRID.rows() * GBK_GRID.columns() <= GBK_ENTRIES);
 
 struct ZU_CHARSETCONVERTER_Gbk_S {
     uint16_t au16ToUnicode[GBK_ENTRIES];

@@ -7,12 +7,11 @@
 //   void write(const CHARACTER_S &stChar, const uint8_t *pu8Input, uint8_t *pu8Output) const
 //       writes its stChar.s32Length bytes
 //   template <int32_t s32Bytes> static bool copyPlain(CURSOR_S stCursor)
-//       writes s32Bytes bytes as if they were ASCII throughout, s32Bytes / PLAIN_UNIT of them, and says whether they
-//       are
+//       writes s32Bytes bytes as if all were ASCII, s32Bytes / PLAIN_UNIT of them, and says whether that is so
 //   CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const
-//       the same for one character or more, as long as stStretch.goesOn(): the fast way, away from the ends of both
-//       buffers, which gives what next() and write() give. A cursor goes by value because bytes written through a
-//       pointer could change one that lies in memory.
+//       the fast way, away from the ends of both buffers: converts at least one character, and more as long as
+//       stStretch.goesOn(), and gives what next() and write() give
+// A cursor goes by value because bytes written through a pointer could change one that lies in memory.
 #pragma once
 
 #include "converter_skeleton.h"

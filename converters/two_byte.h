@@ -20,20 +20,12 @@ struct PAIR_GRID_S {
     constexpr uint32_t columns() const { return u8LastTrail - u8FirstTrail + 1u - u32GapLength; }
     constexpr uint32_t rows() const { return u8LastLead - u8FirstLead + 1u; }
 
-    // NOWHERE for a byte that is no trail byte.
+    // Column of a byte, NOWHERE when it is no trail byte.
     constexpr uint32_t columnOf(uint8_t u8Trail) const {
         const uint32_t u32BehindGap = u8GapFirst + u32GapLength;
         if (u8Trail < u8FirstTrail || u8Trail > u8LastTrail || (u8Trail >= u8GapFirst && u8Trail < u32BehindGap))
             return NOWHERE;
         return u8Trail - u8FirstTrail - (u8Trail >= u32BehindGap ? u32GapLength : 0u);
-    }
-
-    // Place of a pair in the table; NOWHERE when the table does not hold it.
-    constexpr uint32_t indexOf(uint8_t u8Lead, uint8_t u8Trail) const {
-        const uint32_t u32Column = columnOf(u8Trail);
-        if (u8Lead < u8FirstLead || u8Lead > u8LastLead || u32Column == NOWHERE)
-            return NOWHERE;
-        return (u8Lead - u8FirstLead) * columns() + u32Column;
     }
 };
 
@@ -70,6 +62,7 @@ template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
                     stCursor = advanced(stCursor, 4, 6);
                     continue;
                 }
+                // The byte behind the pair goes along with it, for it may be such a character.
                 storeAs(stCursor.pu8Output, threeByteSequence(u32First) | uint32_t{pu8Input[2]} << 24);
                 stCursor = isSinglePlain(pu8Input + 2) ? advanced(stCursor, 3, 4) : advanced(stCursor, 2, 3);
             } else if (isSinglePlain(pu8Input)) {
