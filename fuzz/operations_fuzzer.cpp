@@ -27,6 +27,7 @@ Converter converterOf(int32_t source, int32_t destination) {
 
 struct Handle {
     ZU_CHARSET_HANDLE handle = nullptr;
+    ZU_CHARSET_OPTION option = 0;
     int32_t quit = 0;
     Converter held = NONE;
 
@@ -80,7 +81,7 @@ class Host {
         for (size_t i = 0; i < std::size(handles); ++i)
             close(handles[i], (i & 1) != 0);
         checkBlocks();
-        CHECK(recording::unwipedBlocks() == 0);
+        CHECK(recording::unwipedBlocks() == unwiped);
     }
 
   private:
@@ -109,7 +110,9 @@ class Host {
     }
 
     void create(Handle &handle, bool detects) {
-        const int32_t result = (detects ? entry.pfnDetectorCreate : entry.pfnConverterCreate)(&handle.handle, next());
+        handle.option = next();
+        const int32_t result =
+            (detects ? entry.pfnDetectorCreate : entry.pfnConverterCreate)(&handle.handle, handle.option);
         CHECK(result == (mallocFails() ? -1 : 0));
         CHECK((handle.handle != nullptr) == (result == 0));
     }
@@ -149,8 +152,10 @@ class Host {
         handle.held = NONE;
         if (handle.quit > 0 || converter == NONE || mallocFails())
             return -1;
-        if (copyFails(converter) && converter == UCS) // the others carry on
+        if (copyFails(converter) && converter == UCS) { // the others carry on
+            unwiped += handle.option != 0 ? 1 : 0;      // a converter that was never in use is not wiped
             return -1;
+        }
         handle.held = works ? converter : NONE;
         return works ? 0 : -1;
     }
@@ -166,12 +171,15 @@ class Host {
         CHECK(result == (obeys ? 0 : -1));
         if (obeys && command == ZU_CHARSET_CMD_QUIT)
             handle.quit = value;
+        if (obeys && command == ZU_CHARSET_CMD_OPTION)
+            handle.option = reinterpret_cast<ZU_CHARSET_OPTION>(argument);
     }
 
     const uint8_t *at, *end;
     Handle handles[4]; // the odd ones detect
     int mallocsLeft = 0;
     uint32_t failingCopies = 0;
+    int unwiped = recording::unwipedBlocks();
 };
 
 } // namespace
