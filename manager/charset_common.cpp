@@ -29,19 +29,14 @@ TimeStamp now() {
     return stStamp;
 }
 
-const char *baseName(const char *pszPath) {
-    const char *pszSlash = std::strrchr(pszPath, '/');
-    return pszSlash == nullptr ? pszPath : pszSlash + 1;
-}
-
 // The text of a line, cut off where the buffer ends. Nearly every operation logs, most lines are fixed texts, and
 // putting those together without a format costs half as much.
 class LineText {
   public:
-    LineText(const char *pszFile, int32_t s32Line) {
-        char szLine[12];
-        char *pcDigit = szLine + sizeof szLine - 1;
-        *pcDigit = '\0';
+    LineText(std::string_view strFile, int32_t s32Line) {
+        char acLine[12];
+        char *const pcEnd = acLine + sizeof acLine;
+        char *pcDigit = pcEnd;
         uint32_t u32Rest = s32Line < 0 ? 0u - static_cast<uint32_t>(s32Line) : static_cast<uint32_t>(s32Line);
         do {
             *--pcDigit = static_cast<char>('0' + u32Rest % 10);
@@ -50,17 +45,16 @@ class LineText {
         if (s32Line < 0)
             *--pcDigit = '-';
         append("[");
-        append(baseName(pszFile));
+        append(strFile);
         append(":");
-        append(pcDigit);
+        append({pcDigit, static_cast<size_t>(pcEnd - pcDigit)});
         append("] ");
     }
 
-    void append(const char *pszText) {
+    void append(std::string_view strText) {
         const size_t u32Room = sizeof szText - 1 - u32Length;
-        const size_t u32Wanted = std::strlen(pszText);
-        const size_t u32Added = u32Wanted < u32Room ? u32Wanted : u32Room;
-        std::memcpy(szText + u32Length, pszText, u32Added);
+        const size_t u32Added = strText.size() < u32Room ? strText.size() : u32Room;
+        std::memcpy(szText + u32Length, strText.data(), u32Added);
         u32Length += u32Added;
         szText[u32Length] = '\0';
     }
@@ -105,7 +99,7 @@ void CHARSET_DBG_Printf(int32_t s32Level, const char *pszFile, int32_t s32Line, 
     if (pszFile == nullptr || s32Level == 0)
         return;
     const TimeStamp stStamp = now();
-    const char *pszName = baseName(pszFile);
+    const char *pszName = zucharset::baseName(pszFile);
     const int32_t s32HostLevel = CHARSET_GetLoglevel(s32Level);
     if (pszMessage == nullptr)
         pszMessage = "";
@@ -123,7 +117,7 @@ void CHARSET_DBG_Printf(int32_t s32Level, const char *pszFile, int32_t s32Line, 
 void CHARSET_Printf(int32_t s32Level, const char *pszFile, int32_t s32Line, const char *pszFormat, ...) {
     if (s32Level == 0)
         return;
-    LineText stText(pszFile, s32Line);
+    LineText stText(zucharset::baseName(pszFile), s32Line);
     va_list stArgs;
     va_start(stArgs, pszFormat);
     stText.appendFormatted(pszFormat, stArgs);
@@ -168,14 +162,14 @@ int32_t ZU_CHARSET_UNICODEToUTF8code(uint32_t u32Unicode, uint8_t *pu8Output) {
 
 namespace zucharset {
 
-void logText(int32_t s32Level, std::initializer_list<const char *> apszParts, LogSite stSite) {
-    LineText stText(stSite.pszFile, stSite.s32Line);
-    for (const char *pszPart : apszParts)
-        stText.append(pszPart);
+void logText(int32_t s32Level, std::initializer_list<std::string_view> astrParts, LogSite stSite) {
+    LineText stText({stSite.pszFile, stSite.u32FileLength}, stSite.s32Line);
+    for (const std::string_view strPart : astrParts)
+        stText.append(strPart);
     stText.write(s32Level);
 }
 
-void logText(int32_t s32Level, const char *pszText, LogSite stSite) { logText(s32Level, {pszText}, stSite); }
+void logText(int32_t s32Level, std::string_view strText, LogSite stSite) { logText(s32Level, {strText}, stSite); }
 
 int32_t refuseWithText(int32_t s32Level, const char *pszText, LogSite stSite) {
     logText(s32Level, pszText, stSite);

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <string_view>
 
 namespace zucharset {
 
@@ -15,22 +16,30 @@ inline constexpr int32_t LOG_ERROR = 2;
 inline constexpr int32_t LOG_NOTICE = 4;
 inline constexpr int32_t LOG_TRACE = 5;
 
+// The name of a file without its folders.
+constexpr const char *baseName(const char *pszPath) {
+    const char *pszSlash = __builtin_strrchr(pszPath, '/');
+    return pszSlash == nullptr ? pszPath : pszSlash + 1;
+}
+
 // A place in the source. As a defaulted argument LogSite::here() is the place of the call, also through a function
 // shared by several files, so that a line always names the file in which the failure was found.
 struct LogSite {
-    const char *pszFile;
+    const char *pszFile; // without its folders
+    uint32_t u32FileLength;
     int32_t s32Line;
 
-    static constexpr LogSite here(const char *pszFile = __builtin_FILE(), int32_t s32Line = __builtin_LINE()) {
-        return {pszFile, s32Line};
+    static constexpr LogSite here(const char *pszPath = __builtin_FILE(), int32_t s32Line = __builtin_LINE()) {
+        const char *pszFile = baseName(pszPath);
+        return {pszFile, static_cast<uint32_t>(__builtin_strlen(pszFile)), s32Line};
     }
 };
 
 // Logs a text as it stands, line end included.
-void logText(int32_t s32Level, const char *pszText, LogSite stSite = LogSite::here());
+void logText(int32_t s32Level, std::string_view strText, LogSite stSite = LogSite::here());
 
 // The same for a text in parts.
-void logText(int32_t s32Level, std::initializer_list<const char *> apszParts, LogSite stSite = LogSite::here());
+void logText(int32_t s32Level, std::initializer_list<std::string_view> astrParts, LogSite stSite = LogSite::here());
 
 // Logs the text and gives -1, the result of the operation that refuses.
 int32_t refuseWithText(int32_t s32Level, const char *pszText, LogSite stSite = LogSite::here());
