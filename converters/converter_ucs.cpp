@@ -108,6 +108,7 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
             std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vUnits, vNone, 4, 8, 5, 9, 6, 10, 7, 11))};
         uint8_t *pu8Output = stCursor.pu8Output;
         const bool bAllWide = isZero((vUnits & 0xF800) == 0);
+#pragma GCC unroll 2
         for (const VECTOR_U32 &vUnicode : avUnicode) {
             if (bAllWide) {
                 const auto vPairs = std::bit_cast<VECTOR_U64>(threeByteSequence(vUnicode));
@@ -117,6 +118,7 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
                 pu8Output += 12;
             } else {
                 const auto vPairs = std::bit_cast<VECTOR_U64>(anySequences(vUnicode));
+#pragma GCC unroll 2
                 for (int32_t i = 0; i < 2; ++i) {
                     pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(vPairs[i]));
                     pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(vPairs[i] >> 32));

@@ -5,23 +5,6 @@
 namespace zucharset {
 namespace {
 
-struct SingleByteDecoder : CodePointDecoder<SingleByteDecoder> {
-    const SINGLE_BYTE_PAGE_S &stPage;
-
-    explicit SingleByteDecoder(const SINGLE_BYTE_PAGE_S &stPageIn) : stPage(stPageIn) {}
-
-    ZU_HOT CHARACTER_S next(const uint8_t *pu8Input, int32_t) const {
-        const uint8_t u8Byte = pu8Input[0];
-        const size_t u32Index = static_cast<size_t>(u8Byte) - stPage.u8FirstByte; // wraps for a byte below the first
-        if (u32Index >= stPage.au16ToUnicode.size())
-            return character(u8Byte, 1);
-        const uint16_t u16Unicode = stPage.au16ToUnicode[u32Index];
-        if (u16Unicode == UNDEFINED && stPage.enGap == GAP_E::PASSED_OVER)
-            return passedOver(1);
-        return character(u16Unicode, 1);
-    }
-};
-
 // The sequence of each byte as a word, its length in the topmost byte.
 struct SEQUENCES_S {
     uint32_t au32[256];
@@ -36,13 +19,53 @@ constexpr SEQUENCES_S s_stLatin1 = [] {
     return stSequences;
 }();
 
-// For long input, where a table of sequences pays: a byte then costs one look-up and no decision. Alphabets mix with
-// spaces in no order that a processor could foresee.
-struct ExpandedDecoder : SingleByteDecoder {
-    SEQUENCES_S stSequences;
+class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
+  public:
+    explicit SingleByteDecoder(const SINGLE_BYTE_PAGE_S &stPageIn) : stPage(stPageIn) {}
 
-    explicit ExpandedDecoder(const SINGLE_BYTE_PAGE_S &stPageIn)
-        : SingleByteDecoder(stPageIn), stSequences(s_stLatin1) {
+    ZU_HOT CHARACTER_S next(const uint8_t *pu8Input, int32_t) const {
+        const uint8_t u8Byte = pu8Input[0];
+        const size_t u32Index = static_cast<size_t>(u8Byte) - stPage.u8FirstByte; // wraps for a byte below the first
+        if (u32Index >= stPage.au16ToUnicode.size())
+            return character(u8Byte, 1);
+        const uint16_t u16Unicode = stPage.au16ToUnicode[u32Index];
+        if (u16Unicode == UNDEFINED && stPage.enGap == GAP_E::PASSED_OVER)
+            return passedOver(1);
+        return character(u16Unicode, 1);
+    }
+
+    // A byte costs one look-up in a table of sequences, and no decision: alphabets mix with spaces in no order that a
+    // processor could foresee.
+    CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
+        if (!bExpanded) {
+            if (stStretch.pu8InputStop - stCursor.pu8Input < EXPANSION_PAYS)
+                return CodePointDecoder::convertStretch(stCursor, stStretch);
+            expand();
+        }
+        const uint32_t *const pu32Sequence = stSequences.au32;
+        int32_t s32PlainWords = 0;
+        while (s32PlainWords < PLAIN_BLOCK / 8 && stStretch.goesOn(stCursor)) {
+            const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
+            if ((u64Word & HIGH_BITS) == 0) {
+                storeAs(stCursor.pu8Output, u64Word);
+                stCursor = advanced(stCursor, 8, 8);
+                ++s32PlainWords;
+                continue;
+            }
+#pragma GCC unroll 8
+            for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8)
+                stCursor.pu8Output = storeSequence(stCursor.pu8Output, pu32Sequence[u64Word >> s32Shift & 0xFF]);
+            stCursor.pu8Input += 8;
+            s32PlainWords = 0;
+        }
+        return stCursor;
+    }
+
+  private:
+    static constexpr int32_t EXPANSION_PAYS = 256;
+
+    void expand() const {
+        stSequences = s_stLatin1;
         uint32_t *pu32Sequence = stSequences.au32 + stPage.u8FirstByte;
         for (size_t i = 0; i < stPage.au16ToUnicode.size(); i += 4) {
             VECTOR_U16_HALF vUnicode;
@@ -52,39 +75,20 @@ struct ExpandedDecoder : SingleByteDecoder {
                 vSequences &= __builtin_convertvector(vUnicode != UNDEFINED, VECTOR_S32);
             std::memcpy(pu32Sequence + i, &vSequences, sizeof vSequences);
         }
+        bExpanded = true;
     }
 
-    CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
-        PlainCounter<8> stPlain;
-        while (stStretch.goesOn(stCursor)) {
-            const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
-            const bool bPlain = (u64Word & HIGH_BITS) == 0;
-            if (bPlain) {
-                storeAs(stCursor.pu8Output, u64Word);
-                stCursor = advanced(stCursor, 8, 8);
-                if (stPlain.isLong(true))
-                    break;
-                continue;
-            }
-            stPlain.isLong(false);
-            for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8)
-                stCursor.pu8Output = storeSequence(stCursor.pu8Output, stSequences.au32[u64Word >> s32Shift & 0xFF]);
-            stCursor.pu8Input += 8;
-        }
-        return stCursor;
-    }
+    const SINGLE_BYTE_PAGE_S &stPage;
+    // Made when a long text turns out to need it.
+    mutable bool bExpanded = false;
+    mutable SEQUENCES_S stSequences;
 };
-
-// From here on the table of sequences pays.
-constexpr int32_t EXPANSION_PAYS = 256;
 
 } // namespace
 
 int32_t singleByteToUtf8(const SINGLE_BYTE_PAGE_S &stPage, const HANDLE_CONTROL_S &stControl, uint8_t *pu8Output,
                          int32_t *ps32OutputLen, const uint8_t *pu8Input, int32_t s32InputLen) {
-    if (s32InputLen < EXPANSION_PAYS)
-        return convertToUtf8(SingleByteDecoder{stPage}, stControl, pu8Output, ps32OutputLen, pu8Input, s32InputLen);
-    return convertToUtf8(ExpandedDecoder{stPage}, stControl, pu8Output, ps32OutputLen, pu8Input, s32InputLen);
+    return convertToUtf8(SingleByteDecoder{stPage}, stControl, pu8Output, ps32OutputLen, pu8Input, s32InputLen);
 }
 
 } // namespace zucharset
