@@ -167,14 +167,24 @@ ZU_HOT void storeTwoSequences(uint8_t *pu8Output, uint32_t u32First, uint32_t u3
     }
 }
 
-// The sequences of four code points below 10000, each with its length in the topmost byte. Widths are chosen by masks,
+// The sequences of eight code points below 10000, each with its length in the topmost byte. Widths are chosen by masks,
 // because letters and spaces come in no order that a processor could foresee.
-inline VECTOR_U32 anySequences(VECTOR_U32 vUnicode) {
-    const auto vWide = std::bit_cast<VECTOR_U32>(std::bit_cast<VECTOR_S32>(vUnicode) >= 0x80);
-    const auto vThree = std::bit_cast<VECTOR_U32>(std::bit_cast<VECTOR_S32>(vUnicode) >= 0x800);
-    const VECTOR_U32 vTwoBytes = 0x20080C0 | vUnicode >> 6 | (vUnicode & 0x3F) << 8;
-    const VECTOR_U32 vThreeBytes = 0x3000000 | threeByteSequence(vUnicode);
-    return (((vUnicode | 0x1000000) & ~vWide) | (vTwoBytes & vWide & ~vThree)) | (vThreeBytes & vThree);
+struct EIGHT_SEQUENCES_S {
+    VECTOR_U32 av[2];
+};
+
+ZU_HOT EIGHT_SEQUENCES_S anySequences(VECTOR_U16 vUnicode) {
+    const auto vOne = std::bit_cast<VECTOR_U16>((vUnicode & 0xFF80) == 0);
+    const auto vOneOrTwo = std::bit_cast<VECTOR_U16>((vUnicode & 0xF800) == 0);
+    const VECTOR_U16 vLast = 0x80 | (vUnicode & 0x3F);
+    const VECTOR_U16 vMiddle = 0x80 | (vUnicode >> 6 & 0x3F);
+    const VECTOR_U16 vFirstOfTwo = (vUnicode & vOne) | ((0xC0 | vUnicode >> 6) & ~vOne);
+    const VECTOR_U16 vFirst = (vFirstOfTwo & vOneOrTwo) | ((0xE0 | vUnicode >> 12) & ~vOneOrTwo);
+    const VECTOR_U16 vSecond = (vLast & vOneOrTwo) | (vMiddle & ~vOneOrTwo);
+    const VECTOR_U16 vLow = vFirst | vSecond << 8;
+    const VECTOR_U16 vHigh = vLast | (3 + vOne + vOneOrTwo) << 8; // a true mask being -1
+    return {{std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vLow, vHigh, 0, 8, 1, 9, 2, 10, 3, 11)),
+             std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vLow, vHigh, 4, 12, 5, 13, 6, 14, 7, 15))}};
 }
 
 // Writes a sequence that carries its length, and gives the place behind it.

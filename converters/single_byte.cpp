@@ -67,13 +67,15 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
     void expand() const {
         stSequences = s_stLatin1;
         uint32_t *pu32Sequence = stSequences.au32 + stPage.u8FirstByte;
-        for (size_t i = 0; i < stPage.au16ToUnicode.size(); i += 4) {
-            VECTOR_U16_HALF vUnicode;
+        for (size_t i = 0; i < stPage.au16ToUnicode.size(); i += 8) {
+            VECTOR_U16 vUnicode;
             std::memcpy(&vUnicode, stPage.au16ToUnicode.data() + i, sizeof vUnicode);
-            VECTOR_U32 vSequences = anySequences(__builtin_convertvector(vUnicode, VECTOR_U32));
-            if (stPage.enGap == GAP_E::PASSED_OVER)
-                vSequences &= __builtin_convertvector(vUnicode != UNDEFINED, VECTOR_S32);
-            std::memcpy(pu32Sequence + i, &vSequences, sizeof vSequences);
+            const EIGHT_SEQUENCES_S stEight = anySequences(vUnicode);
+            std::memcpy(pu32Sequence + i, &stEight, sizeof stEight);
+        }
+        if (stPage.enGap == GAP_E::PASSED_OVER) {
+            for (size_t i = 0; i < stPage.au16ToUnicode.size(); ++i)
+                pu32Sequence[i] = stPage.au16ToUnicode[i] == UNDEFINED ? 0 : pu32Sequence[i];
         }
         bExpanded = true;
     }
