@@ -99,27 +99,14 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
         return stCursor;
     }
 
-    // Eight units side by side, each written by itself, or two at a time when all of them take three bytes.
     ZU_HOT static CURSOR_S convertEight(CURSOR_S stCursor) {
-        const auto vUnits = loadUnits<VECTOR_U16>(stCursor.pu8Input);
-        const EIGHT_SEQUENCES_S stEight = anySequences(vUnits);
-        const bool bAllWide = isZero((vUnits & 0xF800) == 0);
+        const EIGHT_SEQUENCES_S stEight = anySequences(loadUnits<VECTOR_U16>(stCursor.pu8Input));
         uint8_t *pu8Output = stCursor.pu8Output;
-#pragma GCC unroll 2
-        for (const VECTOR_U32 &vSequences : stEight.av) {
-            const auto vPairs = std::bit_cast<VECTOR_U64>(vSequences);
-            if (bAllWide) {
-                const VECTOR_U64 vClosed = (vPairs & 0xFFFFFF) | (vPairs >> 8 & 0xFFFFFF000000);
-                storeAs(pu8Output, vClosed[0]);
-                storeAs(pu8Output + 6, vClosed[1]);
-                pu8Output += 12;
-                continue;
-            }
-#pragma GCC unroll 2
-            for (int32_t i = 0; i < 2; ++i) {
-                pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(vPairs[i]));
-                pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(vPairs[i] >> 32));
-            }
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < 4; ++i) {
+            const uint64_t u64Pair = std::bit_cast<VECTOR_U64>(stEight.av[i / 2])[i % 2];
+            pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(u64Pair));
+            pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(u64Pair >> 32));
         }
         return {stCursor.pu8Input + 16, pu8Output};
     }
