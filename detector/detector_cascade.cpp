@@ -85,13 +85,15 @@ constexpr ALL_GAPS_S s_stGaps = [] {
     return stGaps;
 }();
 
+// Whether ASCII is known throughout, control characters and all. If not, the gaps begin at 00.
+bool knowsAscii(const GAPS_S &stGaps) { return stGaps.s32Count == 0 || stGaps.au8First[0] > 0; }
+
 // Whether a block may hold bytes that a row does not know.
 bool isSuspicious(const uint8_t *pu8Block, const GAPS_S &stGaps) {
+    if (knowsAscii(stGaps) && isAsciiBlock(pu8Block))
+        return false;
     if (!HAS_VECTORS)
         return true;
-    const bool bControls = stGaps.s32Count > 0 && stGaps.au8First[0] == 0;
-    if (!bControls && isAsciiBlock(pu8Block))
-        return false;
     VECTOR_MASK vFound{};
     const auto look = [&](uint8_t u8First, uint8_t u8Last) {
 #pragma GCC unroll 4
@@ -108,15 +110,23 @@ bool isSuspicious(const uint8_t *pu8Block, const GAPS_S &stGaps) {
 // on a quit request.
 int32_t findUnknown(const HANDLE_CONTROL_S &stControl, TEXT_S stText, int32_t s32Pos, const CASCADE_ROW_S &stRow,
                     const GAPS_S &stGaps) {
+    const bool bSkipAscii = knowsAscii(stGaps);
     while (s32Pos < stText.s32Length && !quitRequested(stControl)) {
-        const int32_t s32Block = std::min(stText.s32Length - s32Pos, TEXT_BLOCK);
-        if (s32Block < TEXT_BLOCK || isSuspicious(stText.pu8 + s32Pos, stGaps)) {
-            for (int32_t i = 0; i < s32Block; ++i) {
-                if (!stRow.pstKnown->has(stText.pu8[s32Pos + i]))
-                    return s32Pos + i;
+        const int32_t s32BlockEnd = s32Pos + std::min(stText.s32Length - s32Pos, TEXT_BLOCK);
+        if (s32BlockEnd - s32Pos == TEXT_BLOCK && !isSuspicious(stText.pu8 + s32Pos, stGaps)) {
+            s32Pos = s32BlockEnd;
+            continue;
+        }
+        while (s32Pos < s32BlockEnd) {
+            const int32_t s32End = s32Pos + std::min(s32BlockEnd - s32Pos, 4);
+            if (bSkipAscii && s32End - s32Pos == 4 &&
+                (loadAs<uint32_t>(stText.pu8 + s32Pos) & static_cast<uint32_t>(HIGH_BITS)) == 0)
+                s32Pos = s32End;
+            for (; s32Pos < s32End; ++s32Pos) {
+                if (!stRow.pstKnown->has(stText.pu8[s32Pos]))
+                    return s32Pos;
             }
         }
-        s32Pos += s32Block;
     }
     return s32Pos;
 }
