@@ -43,6 +43,15 @@ constexpr CASCADE_ROW_S s_astCascade[] = {
 };
 static_assert(std::size(s_astCascade) == 27);
 
+// IsIso8859_1 also counts symbols. But it knows no more bytes than a test before it, so that its turn never comes.
+static_assert([] {
+    for (const CASCADE_ROW_S &stRow : s_astCascade) {
+        if (stRow.pstKnown == &KNOWN_ISO8859_2)
+            return stRow.s32CodeType != ZU_CHARSET_CODETYPE_ISO8859_1;
+    }
+    return false;
+}());
+
 #undef ZU_CASCADE_ROW
 
 constexpr size_t UTF16_ROWS = 2;
@@ -171,8 +180,7 @@ bool holdsZero(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
 
 std::span<const CASCADE_ROW_S> cascadeRows() { return s_astCascade; }
 
-// The bytes that occur are all that a single-byte test looks at. IsIso8859_1 looks at their number too, but knows no
-// more of them than the tests before it, so that its turn never comes.
+// The bytes that occur are all that the single-byte tests look at.
 int32_t identifySingleByte(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
     const bool bZero = holdsZero(stControl, stText);
     for (size_t i = 0; i < UTF16_ROWS && !quitRequested(stControl); ++i) {
