@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <string_view>
 
@@ -16,9 +17,9 @@ inline constexpr int32_t LOG_ERROR = 2;
 inline constexpr int32_t LOG_NOTICE = 4;
 inline constexpr int32_t LOG_TRACE = 5;
 
-// The name of a file without its folders.
-constexpr const char *baseName(const char *pszPath) {
-    const char *pszSlash = __builtin_strrchr(pszPath, '/');
+// The name of a file without its folders. A compiler works it out for a name that it knows.
+inline const char *baseName(const char *pszPath) {
+    const char *pszSlash = std::strrchr(pszPath, '/');
     return pszSlash == nullptr ? pszPath : pszSlash + 1;
 }
 
@@ -29,9 +30,9 @@ struct LogSite {
     uint32_t u32FileLength;
     int32_t s32Line;
 
-    static constexpr LogSite here(const char *pszPath = __builtin_FILE(), int32_t s32Line = __builtin_LINE()) {
+    static LogSite here(const char *pszPath = __builtin_FILE(), int32_t s32Line = __builtin_LINE()) {
         const char *pszFile = baseName(pszPath);
-        return {pszFile, static_cast<uint32_t>(__builtin_strlen(pszFile)), s32Line};
+        return {pszFile, static_cast<uint32_t>(std::strlen(pszFile)), s32Line};
     }
 };
 
