@@ -71,7 +71,7 @@ struct STRETCH_S {
 constexpr int32_t PLAIN_BLOCK = TEXT_BLOCK;
 constexpr int32_t PLAIN_WORD = 8;
 
-// Tells a decoder that meets plain text when it is time to leave it to the blocks.
+// Tells a decoder, step by step, when plain text has become so long that it is time to leave it to the blocks.
 template <int32_t s32Bytes> class PlainCounter {
   public:
     bool isLong(bool bPlain) {

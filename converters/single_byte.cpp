@@ -43,20 +43,21 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
             expand();
         }
         const uint32_t *const pu32Sequence = stSequences.au32;
-        int32_t s32PlainWords = 0;
-        while (s32PlainWords < PLAIN_BLOCK / 8 && stStretch.goesOn(stCursor)) {
+        PlainCounter<8> stPlain;
+        while (stStretch.goesOn(stCursor)) {
             const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
             if ((u64Word & HIGH_BITS) == 0) {
                 storeAs(stCursor.pu8Output, u64Word);
                 stCursor = advanced(stCursor, 8, 8);
-                ++s32PlainWords;
+                if (stPlain.isLong(true))
+                    break;
                 continue;
             }
+            stPlain.isLong(false);
 #pragma GCC unroll 8
             for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8)
                 stCursor.pu8Output = storeSequence(stCursor.pu8Output, pu32Sequence[u64Word >> s32Shift & 0xFF]);
             stCursor.pu8Input += 8;
-            s32PlainWords = 0;
         }
         return stCursor;
     }
