@@ -5,6 +5,7 @@
 #include "text_scan.h"
 
 #include <algorithm>
+#include <type_traits>
 
 namespace zucharset {
 
@@ -48,9 +49,11 @@ class MaskCounter {
 };
 
 // Counts up to MOST blocks, the byte before each being read too.
-class BlockCensus {
+class VectorCensus {
   public:
     static constexpr int32_t MOST = 255 / (TEXT_BLOCK / 16);
+
+    explicit VectorCensus(TEXT_S) {}
 
     void add(const uint8_t *pu8Block) {
         VECTOR_MASK vAny{};
@@ -93,17 +96,80 @@ class BlockCensus {
     VECTOR_MASK vEscape{}, vTilde{};
 };
 
+// The same without vectors. Plain text is told by the word; the rest is counted byte by byte where that promises much,
+// in texts whose first foreign bytes are mostly light, and is taken for the worst elsewhere.
+class WordCensus {
+  public:
+    static constexpr int32_t MOST = INT32_MAX;
+
+    explicit WordCensus(TEXT_S stText) {
+        constexpr int32_t s32Sample = 1024;
+        int32_t s32Light = 0;
+        int32_t s32Heavy = 0;
+        for (int32_t i = 0; i < stText.s32Length && i < s32Sample; ++i) {
+            s32Light += stText.pu8[i] >= FIRST_LIGHT_LEAD ? 1 : 0;
+            s32Heavy += stText.pu8[i] > 0x7E && stText.pu8[i] < FIRST_LIGHT_LEAD ? 1 : 0;
+        }
+        bCounts = s32Light > 4 * s32Heavy;
+    }
+
+    void add(const uint8_t *pu8Block) {
+        uint64_t u64Marked = 0; // bytes from 7E on, with that tilde among the foreign ones
+        for (int32_t i = 0; i < TEXT_BLOCK; i += 8) {
+            const auto u64Word = loadAs<uint64_t>(pu8Block + i);
+            u64Marked |= markAtLeast(u64Word, '~');
+            u64Escapes |= markEqual(u64Word, ESC);
+        }
+        if (u64Marked == 0 && pu8Block[-1] < '~')
+            return;
+        bTilde = true;
+        if (!bCounts) {
+            ++stFound.s32Runs;
+            stFound.s32Foreign += TEXT_BLOCK;
+            stFound.s32Weighty += TEXT_BLOCK;
+            stFound.s32CommonLeads += TEXT_BLOCK;
+            stFound.s32RareLeads += TEXT_BLOCK;
+            return;
+        }
+        stFound.s32Runs += TEXT_BLOCK / 2; // at most
+        for (int32_t i = 0; i < TEXT_BLOCK; ++i) {
+            const uint8_t u8Byte = pu8Block[i];
+            if (u8Byte <= 0x7E)
+                continue;
+            ++stFound.s32Foreign;
+            // What follows the last byte is taken for the worst.
+            if (u8Byte < FIRST_LIGHT_LEAD || i == TEXT_BLOCK - 1 ||
+                (pu8Block[i + 1] >= 0x40 && pu8Block[i + 1] < FIRST_LIGHT_TRAIL))
+                ++stFound.s32Weighty;
+            if (isSjisLead(u8Byte))
+                ++(u8Byte <= SJIS_LAST_COMMON_LEAD ? stFound.s32CommonLeads : stFound.s32RareLeads);
+        }
+    }
+
+    void addTo(BYTE_CENSUS_S &stCensus) const {
+        stCensus = stFound;
+        stCensus.bEscape = u64Escapes != 0;
+        stCensus.bTilde = bTilde;
+    }
+
+  private:
+    bool bCounts;
+    BYTE_CENSUS_S stFound{};
+    uint64_t u64Escapes = 0;
+    bool bTilde = false;
+};
+
+using BlockCensus = std::conditional_t<HAS_VECTORS, VectorCensus, WordCensus>;
+
 // The census of a text, whole blocks read where they stand, the first and what is left behind the last from a copy that
 // can be read beyond its ends.
 inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
     const int32_t s32Length = stText.s32Length;
     const BYTE_CENSUS_S stAnything{s32Length, 1, s32Length, s32Length, s32Length, true, true};
-    if (!HAS_VECTORS)
-        return stAnything;
     BYTE_CENSUS_S stCensus{};
     int32_t s32Pos = 0;
     while (s32Pos < s32Length) {
-        BlockCensus stBlocks;
+        BlockCensus stBlocks(stText);
         for (int32_t i = 0; i < BlockCensus::MOST && s32Pos < s32Length; ++i) {
             if (quitRequested(stControl)) // the estimators see to the rest
                 return stAnything;
