@@ -10,16 +10,13 @@
 namespace zucharset {
 
 struct BYTE_CENSUS_S {
-    int32_t s32Foreign;     // bytes above 7E, which start pairs or end them
-    int32_t s32Runs;        // runs of such bytes
-    int32_t s32Weighty;     // those that may start a pair of any weight
-    int32_t s32CommonLeads; // lead bytes of Shift_JIS whose rows hold all characters that have a weight
-    int32_t s32RareLeads;   // its other lead bytes
-    bool bEscape;           // an ESC occurs
+    int32_t s32LeastForeign;    // there are at least so many bytes above 7E, which start pairs or end them
+    int32_t s32MostPairs;       // steps of two through runs of such bytes meet at most so many pairs; 0: there are none
+    int32_t s32MostWeighty;     // at most so many of them may start a pair of any weight
+    int32_t s32MostCommonLeads; // are lead bytes of Shift_JIS whose rows hold all characters that have a weight
+    int32_t s32MostRareLeads;   // or its other lead bytes
+    bool bEscape;               // an ESC may occur
     bool bTilde;
-
-    // Steps of two through each run meet at most so many pairs.
-    constexpr int32_t mostPairs() const { return s32Foreign / 2 + s32Runs / 2 + 1; }
 };
 
 constexpr uint8_t ESC = 0x1B;
@@ -82,11 +79,12 @@ class VectorCensus {
     }
 
     void addTo(BYTE_CENSUS_S &stCensus) const {
-        stCensus.s32Foreign += stForeign.sum();
-        stCensus.s32Runs += stRuns.sum();
-        stCensus.s32Weighty += stWeighty.sum();
-        stCensus.s32CommonLeads += stCommon.sum();
-        stCensus.s32RareLeads += stRare.sum();
+        const int32_t s32Foreign = stForeign.sum();
+        stCensus.s32LeastForeign += s32Foreign;
+        stCensus.s32MostPairs += (s32Foreign + stRuns.sum() + 1) / 2; // a run of an odd number meets one byte more
+        stCensus.s32MostWeighty += stWeighty.sum();
+        stCensus.s32MostCommonLeads += stCommon.sum();
+        stCensus.s32MostRareLeads += stRare.sum();
         stCensus.bEscape |= !isZero(vEscape);
         stCensus.bTilde |= !isZero(vTilde);
     }
@@ -123,26 +121,24 @@ class WordCensus {
         if (u64Marked == 0 && pu8Block[-1] < '~')
             return;
         bTilde = true;
+        stFound.s32MostPairs += TEXT_BLOCK / 2 + 1;
         if (!bCounts) {
-            ++stFound.s32Runs;
-            stFound.s32Foreign += TEXT_BLOCK;
-            stFound.s32Weighty += TEXT_BLOCK;
-            stFound.s32CommonLeads += TEXT_BLOCK;
-            stFound.s32RareLeads += TEXT_BLOCK;
+            stFound.s32MostWeighty += TEXT_BLOCK;
+            stFound.s32MostCommonLeads += TEXT_BLOCK;
+            stFound.s32MostRareLeads += TEXT_BLOCK;
             return;
         }
-        stFound.s32Runs += TEXT_BLOCK / 2; // at most
         for (int32_t i = 0; i < TEXT_BLOCK; ++i) {
             const uint8_t u8Byte = pu8Block[i];
             if (u8Byte <= 0x7E)
                 continue;
-            ++stFound.s32Foreign;
+            ++stFound.s32LeastForeign;
             // What follows the last byte is taken for the worst.
             if (u8Byte < FIRST_LIGHT_LEAD || i == TEXT_BLOCK - 1 ||
                 (pu8Block[i + 1] >= 0x40 && pu8Block[i + 1] < FIRST_LIGHT_TRAIL))
-                ++stFound.s32Weighty;
+                ++stFound.s32MostWeighty;
             if (isSjisLead(u8Byte))
-                ++(u8Byte <= SJIS_LAST_COMMON_LEAD ? stFound.s32CommonLeads : stFound.s32RareLeads);
+                ++(u8Byte <= SJIS_LAST_COMMON_LEAD ? stFound.s32MostCommonLeads : stFound.s32MostRareLeads);
         }
     }
 
@@ -165,7 +161,7 @@ using BlockCensus = std::conditional_t<HAS_VECTORS, VectorCensus, WordCensus>;
 // can be read beyond its ends.
 inline BYTE_CENSUS_S takeCensus(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
     const int32_t s32Length = stText.s32Length;
-    const BYTE_CENSUS_S stAnything{s32Length, 1, s32Length, s32Length, s32Length, true, true};
+    const BYTE_CENSUS_S stAnything{0, s32Length / 2 + 1, s32Length, s32Length, s32Length, true, true};
     BYTE_CENSUS_S stCensus{};
     int32_t s32Pos = 0;
     while (s32Pos < s32Length) {

@@ -48,8 +48,8 @@ static_assert(leavesOutLight(s_u16RankedGB, RULE_GB2312) && leavesOutLight(s_u16
 // Whether any estimator can reach a score. All bytes above 7E but the last are part of a pair, so that there are at
 // least half as many pairs. With few pairs of any weight a score is highest when those alone are accepted, or all.
 bool pairsCanReach(const TARGET_S &stTarget) {
-    const double f64Weighty = stTarget.stCensus.s32Weighty;
-    const double f64Pairs = (stTarget.stCensus.s32Foreign - 1) / 2.0;
+    const double f64Weighty = stTarget.stCensus.s32MostWeighty;
+    const double f64Pairs = (stTarget.stCensus.s32LeastForeign - 1) / 2.0;
     if (f64Weighty >= f64Pairs)
         return true;
     const double f64Part = f64Weighty / f64Pairs;
@@ -80,7 +80,7 @@ class PairSurvey {
 
     void scan(TEXT_S stText, const TARGET_S &stTarget) {
         const int32_t s32Last = stText.s32Length - 1; // a lead byte here has no partner and is not looked at
-        if (stTarget.stCensus.s32Foreign == 0 || !pairsCanReach(stTarget))
+        if (stTarget.stCensus.s32MostPairs == 0 || !pairsCanReach(stTarget))
             return;
         const int32_t s32First = findPairStart(stDetector.stControl, stText, 0, s32Last);
         if (stText.s32Length - s32First <= COUNTING_PAYS) {
@@ -236,7 +236,7 @@ class PairSurvey {
     }
 
     bool anyCanReach(const TARGET_S &stTarget) const {
-        const int32_t s32Rest = stTarget.stCensus.mostPairs() - s32Visited;
+        const int32_t s32Rest = stTarget.stCensus.s32MostPairs - s32Visited;
         for (const PAIR_ESTIMATOR_S *pstEstimator : ESTIMATORS) {
             if (totalsOf(*pstEstimator).canReach(stTarget.s32Score, s32Rest > 0 ? s32Rest : 0))
                 return true;

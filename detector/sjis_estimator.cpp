@@ -35,10 +35,10 @@ static_assert(std::all_of(std::begin(s_u16RankedJP), std::end(s_u16RankedJP),
 // that rare lead bytes without weight are among them: the best number is one of four.
 bool sjisCanReach(const TARGET_S &stTarget, int32_t s32Length) {
     const BYTE_CENSUS_S &stCensus = stTarget.stCensus;
-    const int32_t s32Starts = stCensus.s32Foreign - 1; // the last byte of a text starts nothing
+    const int32_t s32Starts = stCensus.s32LeastForeign - 1; // the last byte of a text starts nothing
     const int32_t s32BySize = s32Length / 2 + 1;
-    const int32_t s32Common = std::min(stCensus.s32CommonLeads, s32BySize);
-    const int32_t s32Most = s32Common + std::min(stCensus.s32RareLeads, s32BySize - s32Common);
+    const int32_t s32Common = std::min(stCensus.s32MostCommonLeads, s32BySize);
+    const int32_t s32Most = s32Common + std::min(stCensus.s32MostRareLeads, s32BySize - s32Common);
     for (const int32_t s32Number : {s32Common, s32Starts / 2, s32Starts / 2 + 1, s32Most}) {
         const int32_t s32Accepted = std::clamp(s32Number, 0, s32Most);
         PAIR_TOTALS_S stBest;
@@ -62,7 +62,7 @@ int32_t _Detector_sjis_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector
     PAIR_TOTALS_S stTotals;
     const int32_t s32Last = stText.s32Length - 1;
     int32_t s32NextCheck = s32CheckEvery;
-    int32_t s32Pos = stTarget.stCensus.s32Foreign > 0 ? 0 : s32Last;
+    int32_t s32Pos = stTarget.stCensus.s32MostPairs > 0 ? 0 : s32Last;
     while (s32Pos < s32Last && !quitRequested(stDetector.stControl)) {
         if (s32Pos >= s32NextCheck) {
             if (!stTotals.canReach(stTarget.s32Score, (stText.s32Length - s32Pos) / 2 + 1))

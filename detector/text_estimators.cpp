@@ -62,7 +62,7 @@ constexpr int32_t getScore(uint8_t u8Byte) {
 
 int32_t _Detector_utf8_probability(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText,
                                    const BYTE_CENSUS_S &stCensus) {
-    if (stCensus.s32Foreign == 0)
+    if (stCensus.s32MostPairs == 0)
         return ALL_ASCII;
     int32_t s32Ascii = 0;
     int32_t s32GoodBytes = 0;
@@ -111,7 +111,7 @@ int32_t _Detector_ascii_probability(const ZU_CHARSETDETECTOR_Common_S &stDetecto
                                     const BYTE_CENSUS_S &stCensus) {
     const auto costly = [](auto wWords) { return markAtLeast(wWords, 0x7F) | markEqual(wWords, ESC); };
     int32_t s32Score = 70;
-    int32_t s32Pos = stCensus.s32Foreign > 0 || stCensus.bEscape ? 0 : stText.s32Length;
+    int32_t s32Pos = stCensus.s32MostPairs > 0 || stCensus.bEscape ? 0 : stText.s32Length;
     while ((s32Pos = findMarkedUnlessQuit(stDetector.stControl, stText, s32Pos, costly)) < stText.s32Length &&
            !quitRequested(stDetector.stControl)) {
         s32Score -= getScore(stText.pu8[s32Pos]);
