@@ -43,18 +43,17 @@ constexpr CASCADE_ROW_S s_astCascade[] = {
 };
 static_assert(std::size(s_astCascade) == 27);
 
-// IsIso8859_1 also counts symbols. But it knows no more bytes than a test before it, so that its turn never comes.
-static_assert([] {
-    for (const CASCADE_ROW_S &stRow : s_astCascade) {
-        if (stRow.pstKnown == &KNOWN_ISO8859_2)
-            return stRow.s32CodeType != ZU_CHARSET_CODETYPE_ISO8859_1;
-    }
-    return false;
-}());
-
 #undef ZU_CASCADE_ROW
 
 constexpr size_t UTF16_ROWS = 2;
+
+// IsIso8859_1 also counts symbols. But it knows no more bytes than a test before it, so that its turn never comes.
+static_assert([] {
+    size_t u32Row = UTF16_ROWS;
+    while (!s_astCascade[u32Row].pstKnown->includes(KNOWN_ISO8859_2))
+        ++u32Row;
+    return s_astCascade[u32Row].s32CodeType != ZU_CHARSET_CODETYPE_ISO8859_1;
+}());
 
 // --- Single bytes ---
 
