@@ -37,12 +37,12 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
     // A byte costs one look-up in a table of sequences, and no decision: alphabets mix with spaces in no order that a
     // processor could foresee.
     CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
-        if (!bExpanded) {
+        if (pu32Sequences == nullptr) {
             if (stStretch.pu8InputStop - stCursor.pu8Input < EXPANSION_PAYS)
                 return CodePointDecoder::convertStretch(stCursor, stStretch);
-            expand();
+            pu32Sequences = expand();
         }
-        const uint32_t *const pu32Sequence = stSequences.au32;
+        const uint32_t *const pu32Table = pu32Sequences;
         PlainCounter<8> stPlain;
         while (stStretch.goesOn(stCursor)) {
             const auto u64Word = loadAs<uint64_t>(stCursor.pu8Input);
@@ -56,7 +56,7 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
             stPlain.isLong(false);
 #pragma GCC unroll 8
             for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8)
-                stCursor.pu8Output = storeSequence(stCursor.pu8Output, pu32Sequence[u64Word >> s32Shift & 0xFF]);
+                stCursor.pu8Output = storeSequence(stCursor.pu8Output, pu32Table[u64Word >> s32Shift & 0xFF]);
             stCursor.pu8Input += 8;
         }
         return stCursor;
@@ -65,7 +65,9 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
   private:
     static constexpr int32_t EXPANSION_PAYS = 256;
 
-    void expand() const {
+    const uint32_t *expand() const {
+        if (stPage.au16ToUnicode.empty())
+            return s_stLatin1.au32;
         stSequences = s_stLatin1;
         uint32_t *pu32Sequence = stSequences.au32 + stPage.u8FirstByte;
         for (size_t i = 0; i < stPage.au16ToUnicode.size(); i += 8) {
@@ -78,12 +80,12 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
             for (size_t i = 0; i < stPage.au16ToUnicode.size(); ++i)
                 pu32Sequence[i] = stPage.au16ToUnicode[i] == UNDEFINED ? 0 : pu32Sequence[i];
         }
-        bExpanded = true;
+        return stSequences.au32;
     }
 
     const SINGLE_BYTE_PAGE_S &stPage;
     // Made when a long text turns out to need it.
-    mutable bool bExpanded = false;
+    mutable const uint32_t *pu32Sequences = nullptr;
     mutable SEQUENCES_S stSequences;
 };
 

@@ -14,7 +14,8 @@ enum class GAP_E : uint8_t {
     PASSED_OVER, // dropped
 };
 
-// Bytes below the first or behind the table are their own code points. An empty table makes that every byte.
+// Bytes below the first or behind the table, whose length is a multiple of eight, are their own code points. An empty
+// table makes that every byte.
 struct SINGLE_BYTE_PAGE_S {
     std::span<const uint16_t> au16ToUnicode;
     uint8_t u8FirstByte;
