@@ -12,7 +12,7 @@ namespace zucharset {
 struct BYTE_CENSUS_S {
     int32_t s32LeastForeign;    // there are at least so many bytes above 7E, which start pairs or end them
     int32_t s32MostPairs;       // steps of two through runs of such bytes meet at most so many pairs; 0: there are none
-    int32_t s32MostWeighty;     // at most so many of them may start a pair of any weight
+    int32_t s32MostWeighty;     // at most so many of them may start a pair of any weight, or half a four-byte code
     int32_t s32MostCommonLeads; // are lead bytes of Shift_JIS whose rows hold all characters that have a weight
     int32_t s32MostRareLeads;   // or its other lead bytes
     bool bEscape;               // an ESC may occur
@@ -24,6 +24,9 @@ constexpr uint8_t ESC = 0x1B;
 // No character that has a weight has both a lead byte and a trail byte from these on.
 constexpr uint8_t FIRST_LIGHT_LEAD = 0xD8;
 constexpr uint8_t FIRST_LIGHT_TRAIL = 0xA1;
+// Digits stand in four-byte codes of GB18030, which count as accepted though they weigh nothing. Lower bytes are no
+// part of any character.
+constexpr uint8_t FIRST_TRAIL_OF_ANY = 0x30;
 constexpr uint8_t SJIS_LAST_COMMON_LEAD = 0x98;
 
 constexpr bool isSjisLead(uint8_t u8Byte) {
@@ -71,7 +74,8 @@ class VectorCensus {
             const auto vBefore = loadAs<VECTOR_U8>(pu8Block + i - 1);
             const VECTOR_MASK vHighBefore = vBefore > 0x7E;
             stRuns.add((vText > 0x7E) & ~vHighBefore);
-            stWeighty.add(vHighBefore & ((vBefore < FIRST_LIGHT_LEAD) | (vText - 0x40 < FIRST_LIGHT_TRAIL - 0x40)));
+            stWeighty.add(vHighBefore & ((vBefore < FIRST_LIGHT_LEAD) |
+                                         (vText - FIRST_TRAIL_OF_ANY < FIRST_LIGHT_TRAIL - FIRST_TRAIL_OF_ANY)));
             stCommon.add(vText - 0x81 <= SJIS_LAST_COMMON_LEAD - 0x81); // one comparison for both ends of a range
             stRare.add((vText - (SJIS_LAST_COMMON_LEAD + 1) <= 0x9F - (SJIS_LAST_COMMON_LEAD + 1)) |
                        (vText - 0xE0 <= 0xEF - 0xE0));
@@ -135,7 +139,7 @@ class WordCensus {
             ++stFound.s32LeastForeign;
             // What follows the last byte is taken for the worst.
             if (u8Byte < FIRST_LIGHT_LEAD || i == TEXT_BLOCK - 1 ||
-                (pu8Block[i + 1] >= 0x40 && pu8Block[i + 1] < FIRST_LIGHT_TRAIL))
+                (pu8Block[i + 1] >= FIRST_TRAIL_OF_ANY && pu8Block[i + 1] < FIRST_LIGHT_TRAIL))
                 ++stFound.s32MostWeighty;
             if (isSjisLead(u8Byte))
                 ++(u8Byte <= SJIS_LAST_COMMON_LEAD ? stFound.s32MostCommonLeads : stFound.s32MostRareLeads);

@@ -20,7 +20,6 @@ template <class Word> void storeAs(uint8_t *pu8, Word wWord) { std::memcpy(pu8, 
 // A target without vector registers does well with vectors of words, but bytes and 16-bit units it takes one by one.
 typedef uint64_t VECTOR_U64 __attribute__((vector_size(16)));
 typedef uint32_t VECTOR_U32 __attribute__((vector_size(16)));
-typedef int32_t VECTOR_S32 __attribute__((vector_size(16)));
 typedef uint16_t VECTOR_U16 __attribute__((vector_size(16)));
 typedef uint16_t VECTOR_U16_HALF __attribute__((vector_size(8)));
 typedef uint8_t VECTOR_U8 __attribute__((vector_size(16)));
