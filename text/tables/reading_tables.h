@@ -11,7 +11,7 @@
 namespace zutext {
 
 // Number, prior in hundredths, languages.
-constexpr EncodingRow kEncodings[32] = {
+inline constexpr EncodingRow kEncodings[32] = {
     {3, 20, 0x00000485A38F75D0u},
     {4, 20, 0x000002EAA0E54568u},
     {5, 200, 0x00001080E28F5D50u},
@@ -47,7 +47,7 @@ constexpr EncodingRow kEncodings[32] = {
 };
 
 // Character numbers of bytes 80 to FF of each encoding.
-constexpr uint16_t kHeld[4096] = {
+inline constexpr uint16_t kHeld[4096] = {
     /* 00 */ 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17,
              18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34,
              35, 36, 37, 38, 39, 40, 41, 42, 43, 44, 45, 46, 47, 48, 49, 50, 51,
@@ -307,7 +307,7 @@ constexpr uint16_t kHeld[4096] = {
 };
 
 // Code point of each character.
-constexpr uint16_t kPoints[743] = {
+inline constexpr uint16_t kPoints[743] = {
     0xFFFD, 0x0080, 0x0081, 0x0082, 0x0083, 0x0084, 0x0085, 0x0086, 0x0087, 0x0088, 0x0089, 0x008A,
     0x008B, 0x008C, 0x008D, 0x008E, 0x008F, 0x0090, 0x0091, 0x0092, 0x0093, 0x0094, 0x0095, 0x0096,
     0x0097, 0x0098, 0x0099, 0x009A, 0x009B, 0x009C, 0x009D, 0x009E, 0x009F, 0x00A0, 0x00A1, 0x00A2,
@@ -373,7 +373,7 @@ constexpr uint16_t kPoints[743] = {
 };
 
 // Of each character: 0x8000 upper case, script << 8, letter of the script or class.
-constexpr uint16_t kKinds[743] = {
+inline constexpr uint16_t kKinds[743] = {
     0x060B, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A,
     0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A,
     0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x060A, 0x0605, 0x0607, 0x0608,
@@ -439,7 +439,7 @@ constexpr uint16_t kKinds[743] = {
 };
 
 // Code, name, prior in hundredths, script, letters, first in kAlphabets, in kPairs.
-constexpr LanguageRow kLanguages[47] = {
+inline constexpr LanguageRow kLanguages[47] = {
     {"ar", "Arabic", 0, 4, 44, 0, 0},
     {"be", "Belarusian", 100, 1, 32, 44, 1013},
     {"bg", "Bulgarian", 0, 1, 30, 76, 1558},
@@ -490,7 +490,7 @@ constexpr LanguageRow kLanguages[47] = {
 };
 
 // Letters of each language.
-constexpr uint8_t kAlphabets[1676] = {
+inline constexpr uint8_t kAlphabets[1676] = {
     0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18,
     19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 30, 31, 32, 33, 34, 35, 36, 37,
     38, 39, 40, 41, 42, 43, 0, 1, 2, 3, 4, 5, 6, 7, 9, 10, 11, 12, 13,
@@ -583,7 +583,7 @@ constexpr uint8_t kAlphabets[1676] = {
 };
 
 // Costs of pairs in steps of 0.6, two a byte, the first one low.
-constexpr uint8_t kPairs[32991] = {
+inline constexpr uint8_t kPairs[32991] = {
     0xF0, 0x49, 0x6F, 0x3F, 0xF5, 0xA5, 0x67, 0x88, 0x78, 0x6A, 0x87, 0x9A, 0x5B, 0x59, 0x67, 0x44,
     0x57, 0xF5, 0xF5, 0xFF, 0xFF, 0xFF, 0x0F, 0xEE, 0xEE, 0xEE, 0xE6, 0x97, 0xEE, 0xEE, 0xEE, 0xEE,
     0xEE, 0xEE, 0xEE, 0xEE, 0xEE, 0x9B, 0xCE, 0xC9, 0xEE, 0xB8, 0xBA, 0xAB, 0xEE, 0xD7, 0xDA, 0xDD,
@@ -2649,12 +2649,12 @@ constexpr uint8_t kPairs[32991] = {
 };
 
 // First letter of each script in kRarity.
-constexpr uint16_t kScripts[7] = {
+inline constexpr uint16_t kScripts[7] = {
     0, 135, 184, 220, 266, 322, 395,
 };
 
 // Cost in tenths of each letter in a language without it.
-constexpr uint8_t kRarity[395] = {
+inline constexpr uint8_t kRarity[395] = {
     70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 70, 81, 70, 70,
     70, 70, 70, 75, 89, 70, 70, 110, 102, 79, 94, 103, 80, 88, 98, 96, 105, 80, 92,
     81, 110, 81, 103, 110, 91, 108, 110, 88, 92, 103, 88, 99, 110, 92, 110, 91, 99, 101,
@@ -2679,7 +2679,7 @@ constexpr uint8_t kRarity[395] = {
 };
 
 // Latin letters that may stand as two: letter, first part, mark.
-constexpr uint8_t kDecomposed[75] = {
+inline constexpr uint8_t kDecomposed[75] = {
     /* 00 */ 27, 0, 119,
     /* 01 */ 28, 0, 120,
     /* 02 */ 30, 0, 121,
@@ -2708,7 +2708,7 @@ constexpr uint8_t kDecomposed[75] = {
 };
 
 // Latin letters i, dotless i, dotted capital I.
-constexpr uint8_t kTurkish[3] = {
+inline constexpr uint8_t kTurkish[3] = {
     8, 81, 80,
 };
 
