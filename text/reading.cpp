@@ -24,6 +24,9 @@ constexpr int kMostPairs = 2048;
 constexpr int64_t kFar = 4000;
 constexpr int kMostWork = 30000;
 
+constexpr int kCellStretch = 16;
+static_assert(kPairColumns % kCellStretch == 0, "stretches end with the table's rows");
+
 constexpr uint16_t kUndefined = 0xFFFD;
 
 struct Pair {
@@ -66,25 +69,41 @@ bool moreOften(const Pair &a, const Pair &b) {
     return a.first != b.first ? a.first < b.first : a.second < b.second;
 }
 
-// Puts the pairs with a high byte into a list, the most frequent of them if there are too many.
-void listPairs(const BytePairs &counts, Text &text) {
-    for (uint32_t least = 1;; least *= 2) {
-        int count = 0;
-        for (int a = 0; a < kByteCodes && count <= kMostPairs; a++) {
-            int codes = isHighCode(a) ? kByteCodes : kHighCodes;
-            for (int b = 0; b < codes; b++) {
+bool anyIn(const uint32_t *counts) {
+    uint32_t any = 0;
+    for (int i = 0; i < kCellStretch; i++)
+        any |= counts[i];
+    return any != 0;
+}
+
+// Lists the pairs with a high byte that come at least so often, or as many as there is room for. Tells how many there
+// are, at least one more than room if there are too many.
+int listPairs(const BytePairs &counts, uint32_t least, Text &text) {
+    int count = 0;
+    for (int a = 0; a < kByteCodes; a++) {
+        int codes = isHighCode(a) ? kByteCodes : kHighCodes;
+        for (int from = 0; from < codes; from += kCellStretch) {
+            if (!anyIn(&counts.counts[a][from]))
+                continue;
+            for (int b = from; b < std::min(codes, from + kCellStretch); b++) {
                 uint32_t often = counts.counts[a][b];
                 if (often < least)
                     continue;
-                if (count < kMostPairs)
-                    text.pairs[count] = {static_cast<uint8_t>(a), static_cast<uint8_t>(b), often};
-                count++;
+                if (count == kMostPairs)
+                    return count + 1;
+                text.pairs[count++] = {static_cast<uint8_t>(a), static_cast<uint8_t>(b), often};
             }
         }
-        if (count <= kMostPairs) {
-            text.pairCount = count;
+    }
+    return count;
+}
+
+// Lists the pairs with a high byte, the most frequent ones first; of too many, those.
+void listPairs(const BytePairs &counts, Text &text) {
+    for (uint32_t least = 1;; least *= 2) {
+        text.pairCount = listPairs(counts, least, text);
+        if (text.pairCount <= kMostPairs)
             break;
-        }
     }
     Pair *end = text.pairs + text.pairCount;
     for (int most : {16 * kFirstPairs, 4 * kFirstPairs, kFirstPairs}) {
@@ -102,12 +121,14 @@ void listPairs(const BytePairs &counts, Text &text) {
     }
 }
 
-// What ASCII letters say: how far each Latin language is behind the best.
-void weighAscii(const BytePairs &counts, Text &text) {
-    struct LetterPair {
-        uint8_t first, second; // 1 to 26, 0 for what is no letter
-        uint32_t count;
-    };
+struct LetterPair {
+    uint8_t first, second; // 1 to 26; 0 for what is no letter
+    uint8_t english;       // steps between them in English
+    uint32_t count;
+};
+
+// Lists the pairs of ASCII letters regardless of case.
+int listLetterPairs(const BytePairs &counts, LetterPair (&pairs)[27 * 27]) {
     uint32_t folded[27][27] = {};
     auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
     for (int a = kHighCodes; a < kByteCodes; a++) {
@@ -116,6 +137,20 @@ void weighAscii(const BytePairs &counts, Text &text) {
     }
     folded[0][0] = 0;
     Alphabet english(kEnglish);
+    int count = 0;
+    for (uint8_t a = 0; a < 27; a++) {
+        for (uint8_t b = 0; b < 27; b++) {
+            if (folded[a][b] != 0)
+                pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), folded[a][b]};
+        }
+    }
+    return count;
+}
+
+// What ASCII letters say: how far each Latin language is behind the best.
+void weighAscii(const BytePairs &counts, Text &text) {
+    LetterPair pairs[27 * 27];
+    auto count = static_cast<size_t>(listLetterPairs(counts, pairs));
     int64_t best = INT64_MAX;
     for (int language = 0; language < kLanguageCount; language++) {
         text.behind[language] = 0;
@@ -124,17 +159,13 @@ void weighAscii(const BytePairs &counts, Text &text) {
         Alphabet alphabet(language);
         int64_t pure = 0;
         int64_t mixed = kMixtureStart;
-        for (int a = 0; a < 27; a++) {
-            int first = a == 0 ? 0 : alphabet.column(a - 1);
-            for (int b = 0; b < 27; b++) {
-                if (folded[a][b] == 0)
-                    continue;
-                int own = alphabet.steps(first, b == 0 ? 0 : alphabet.column(b - 1));
-                int other = english.steps(a, b);
-                pure += folded[a][b] * int64_t{own * Alphabet::kPairStep};
-                mixed += folded[a][b] *
-                         int64_t{std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)]};
-            }
+        for (const LetterPair &pair : std::span(pairs, count)) {
+            // Every Latin alphabet begins with a to z.
+            int own = alphabet.steps(pair.first, pair.second);
+            int other = pair.english;
+            pure += int64_t{pair.count} * (own * Alphabet::kPairStep);
+            mixed += int64_t{pair.count} *
+                     (std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)]);
         }
         text.behind[language] = std::min(pure, mixed);
         best = std::min(best, text.behind[language]);
@@ -147,17 +178,19 @@ void weighAscii(const BytePairs &counts, Text &text) {
     }
 }
 
+int64_t sum(const uint32_t *first, const uint32_t *end) {
+    int64_t total = 0;
+    for (; first < end; first++)
+        total += *first;
+    return total;
+}
+
 void countWords(const BytePairs &counts, Text &text) {
-    for (int a = 0; a < kByteCodes; a++) {
-        for (int b = 0; b < kByteCodes; b++) {
-            int64_t count = counts.counts[a][b];
-            if (!isHighCode(a) && isHighCode(b))
-                text.highRuns += count;
-            if (isAsciiLetter(b) && !isHighCode(a) && !isAsciiLetter(a))
-                text.asciiWords += count;
-            if (isAsciiLetter(a) && isHighCode(b))
-                text.asciiWords -= count;
-        }
+    for (int a = kHighCodes; a < kByteCodes; a++) {
+        const uint32_t *row = counts.counts[a];
+        int64_t starts = sum(row, row + kHighCodes);
+        text.highRuns += starts;
+        text.asciiWords += isAsciiLetter(a) ? -starts : sum(row + kUpperCode, row + kBlankCode);
     }
     text.asciiWords = std::max<int64_t>(text.asciiWords, 0);
 }

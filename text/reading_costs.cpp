@@ -79,7 +79,7 @@ Sign letterSign(const Alphabet &alphabet, int script, int letter, bool upper, bo
     uint8_t column = alphabet.column(letter);
     if (column != 0)
         return {column, column, static_cast<uint8_t>(kLetter + letterCase), 0};
-    for (size_t i = 0; script == kLatin && i < std::size(kDecomposed); i += 3) {
+    for (size_t i = 0; alphabet.hasMarks() && i < std::size(kDecomposed); i += 3) {
         uint8_t base = alphabet.column(kDecomposed[i + 1]);
         uint8_t mark = alphabet.column(kDecomposed[i + 2]);
         if (kDecomposed[i] == letter && base != 0 && mark != 0)

@@ -59,6 +59,8 @@ class Alphabet {
     int script() const { return row_.script; }
     // Does I belong to the dotless i?
     bool hasDotless() const { return row_.script == kLatin && columns_[kTurkish[1]] != 0; }
+    // Are letters with a mark two letters?
+    bool hasMarks() const { return row_.script == kLatin && columns_[kDecomposed[2]] != 0; }
     // Column of a letter of the language's script, 0 if it is no letter of the language.
     uint8_t column(int letter) const { return columns_[static_cast<size_t>(letter)]; }
     // How far a letter is from following another, in steps; column 0 is a word's end or start.

@@ -278,8 +278,10 @@ def language_rows():
     for language in LANGUAGES:
         alphabet = pairs(language.code)[0]
         places = [place(letter) for letter in alphabet]
-        if len({script for script, _ in places}) != 1 or len(alphabet) > 80:
-            raise FactError(f"{language.code}.txt: letters of two scripts, or too many")
+        if len({script for script, _ in places}) != 1:
+            raise FactError(f"{language.code}.txt: letters of two scripts")
+        if places[0][0] == 0 and places[:26] != [(0, number) for number in range(26)]:
+            raise FactError(f"{language.code}.txt: a Latin alphabet must begin with a to z")
         rows.append(f'{{"{language.code}", "{language.name}", {round(100 * language.prior)}, '
                     f"{places[0][0]}, {len(alphabet)}, {len(alphabets)}, {len(levels)}}}")
         alphabets += [number for _, number in places]
