@@ -196,9 +196,8 @@ void countWords(const BytePairs &counts, Text &text) {
 }
 
 bool sameText(const Text &text, int encoding, int other) {
-    return std::none_of(text.codes, text.codes + text.codeCount, [=](int code) {
-        return characterOf(encoding, code) != characterOf(other, code);
-    });
+    return std::none_of(text.codes, text.codes + text.codeCount,
+                        [=](int code) { return characterOf(encoding, code) != characterOf(other, code); });
 }
 
 bool isConverted(int encoding) { return kEncodings[encoding].number < kShiftJis; }
@@ -282,8 +281,7 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
             continue;
         }
         Alphabet alphabet(candidate.language);
-        PairSum sum(text, candidate.encoding, alphabet,
-                    priorOf(text, candidate.encoding, candidate.language, hints));
+        PairSum sum(text, candidate.encoding, alphabet, priorOf(text, candidate.encoding, candidate.language, hints));
         candidate.cost = sum.addUpTo(text.pairCount, best + kFar);
         best = std::min(best, candidate.cost);
         work -= sum.added();

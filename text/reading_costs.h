@@ -1,4 +1,5 @@
-// What a byte costs in an encoding and a language, on its own and next to another one. Costs are in hundredths of a nat.
+// What a byte costs in an encoding and a language, on its own and next to another one. Costs are in hundredths of a
+// nat.
 #pragma once
 
 #include <array>
