@@ -9,6 +9,7 @@ namespace zutext {
 namespace {
 
 constexpr int32_t kHint = 800;
+constexpr int32_t kUnusual = 250;       // an encoding that has the letters of a language, but is not used for it
 constexpr int32_t kRunAmongWords = 450; // of a script that is not Latin, among words in ASCII
 // How much ASCII letters count for the language of a Latin text, and at most.
 constexpr int32_t kAsciiPercent = 60;
@@ -244,6 +245,8 @@ class PairSum {
 
 int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints &hints) {
     int64_t cost = kLanguages[language].prior + kEncodings[encoding].prior + text.behind[language];
+    if ((kEncodings[encoding].homes >> language & 1) == 0)
+        cost += kUnusual;
     if (kLanguages[language].script != kLatin)
         cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords;
     if ((hints.languages >> language & 1) != 0)

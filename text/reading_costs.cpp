@@ -22,8 +22,8 @@ struct SymbolRow {
 };
 constexpr SymbolRow kSymbols[] = {
     /* kLowQuote    */ {450, 600, 0, 0, 350},
-    /* kLeftQuote   */ {450, 0, 0, 0, 0},
-    /* kRightQuote  */ {450, 0, 200, 100, 0},
+    /* kLeftQuote   */ {450, 150, 150, 0, 0},
+    /* kRightQuote  */ {450, 0, 400, 100, 0},
     /* kApostrophe  */ {450, 0, 0, 350, 0},
     /* kGuillemet   */ {450, 0, 0, 0, 0},
     /* kDash        */ {450, 0, 0, 0, 0},
@@ -55,6 +55,8 @@ constexpr int32_t neighbourCost(int a, int b) {
     if (isSymbol(a))
         cost += isLetter(b) ? kSymbols[a].beforeLetter : b == kBlank ? kSymbols[a].beforeBlank : 0;
     if (isLetter(a) && isLetter(b) && isForeign(a) != isForeign(b))
+        cost += kMixedWord;
+    if ((a == kOwnSymbol && isForeign(b)) || (isForeign(a) && b == kOwnSymbol))
         cost += kMixedWord;
     if (isOutside(a) && !isLetter(b))
         cost += kAfterOutside;
