@@ -231,7 +231,7 @@ TEST(Text, WhatConversionLoses) {
         {UTF8, 0, "\xF4\x90\x80\x80 \xFC\x84\x80\x80\x80\x80", bad + " " + bad, "malformed@0+4 malformed@5+6"},
         {UTF8, 0, "\xED\xA0\xBD\xED\xB8\x80", emoji, "pair@0+6"},
         {UTF8, 0, "\xED\xA0\xBD", bad, "surrogate@0+3"},
-        {UTF8, 0, "\xED\xA0\xBD\xED\xB8", bad, "surrogate@0+3 cut@3+2"},
+        {UTF8, 0, "\xED\xA0\xBD\xED\xB8", bad + bad, "surrogate@0+3 malformed@3+2"},
         {UTF8, 0, "\xED\xB8\x80x", bad + "x", "surrogate@0+3"},
         {UTF8, 0, "a\xE4\xB8", "a", "cut@1+2"},
         {UTF8, ZUTEXT_KEEP_SURROGATES, "\xC0\xAF\xED\xA0\xBD", "\xC0\xAF\xED\xA0\xBD", "malformed@0+2"},
@@ -294,24 +294,31 @@ TEST(Text, PiecesAgree) {
     EXPECT_EQ(convertWhole(fonts).verdict, "ascii UTF-8");
 }
 
-// Every sample in every encoding that can hold it is text, and read right without any hint.
+// Every sample in every encoding that can hold it is text; in those that are made for its script it is read right, as
+// if the encoding had been named, without any hint.
 TEST(Text, SamplesAreReadRight) {
     size_t count = 0;
     const zutext_encoding *encodings = zutext_encodings(&count);
+    const string homes = "chinese_simplified GBK; chinese_traditional GBK; chinese_traditional Big5; korean CP949; "
+                         "japanese Shift_JIS; japanese EUC-JP; japanese ISO-2022-JP; korean ISO-2022-KR;";
     int right = 0;
     for (const auto &file : filesIn(SAMPLES "/text")) {
-        const string text = readFile(file);
+        const string text = readFile(file), name = file.stem();
         for (const zutext_encoding *encoding = encodings; encoding < encodings + count; ++encoding) {
-            if ((encoding->traits & ZUTEXT_RECOGNISED) == 0 || encoding->iconv_name == nullptr)
-                continue;
-            const string coded = recoded(text, "UTF-8", encoding->iconv_name);
+            const string coded = encoding->iconv_name == nullptr ? "" : recoded(text, "UTF-8", encoding->iconv_name);
             if (coded.empty())
                 continue;
-            const bool converted = (encoding->traits & ZUTEXT_CONVERTIBLE) != 0;
             const Converted read = convertWhole(coded);
-            const string expected = converted ? recoded(coded, encoding->iconv_name, "UTF-8") : "";
-            EXPECT_TRUE(read.text == expected && read.result == (converted ? ZUTEXT_OK : ZUTEXT_ERROR_UNSUPPORTED))
-                << file.filename() << " in " << encoding->name << ": " << read.verdict;
+            EXPECT_NE(read.result, ZUTEXT_ERROR_NOT_TEXT) << name << " in " << encoding->name;
+            const bool narrow = (encoding->traits & (ZUTEXT_SINGLE_BYTE | ZUTEXT_UNICODE)) != 0;
+            const bool atHome = narrow || homes.find(name + " " + encoding->name + ";") != string::npos;
+            if ((encoding->traits & ZUTEXT_RECOGNISED) == 0 || !atHome || read.verdict.starts_with("ascii"))
+                continue;
+            const Converted named = convertWhole(coded, {encoding->id, 0, 0, nullptr});
+            const bool same = read.text == named.text && read.result == named.result;
+            // Romanian has too few letters that tell these two apart; then it must be said.
+            EXPECT_TRUE(same || (name == "romanian" && read.verdict == "text Windows-1250 unsure"))
+                << name << " in " << encoding->name << ": " << read.verdict;
             ++right;
         }
     }
