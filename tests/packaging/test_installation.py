@@ -48,7 +48,7 @@ class Installation(unittest.TestCase):
 
     def test_find_package(self):
         build = self.scratch / "find_package"
-        run("cmake", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run("cmake", "-G", "Ninja", "-S", CONSUMER, "-B", build, f"-DCMAKE_PREFIX_PATH={self.prefix}")
         run("cmake", "--build", build)
         self.assertEqual((build / "version").read_text(), version())
         self.check(build / "consumer")
@@ -59,7 +59,7 @@ class Installation(unittest.TestCase):
         source.mkdir()
         (source / "CMakeLists.txt").write_text(
             "cmake_minimum_required(VERSION 3.16)\nproject(other LANGUAGES C)\nfind_package(zucharset 2.0 REQUIRED)\n")
-        done = subprocess.run(["cmake", "-S", source, "-B", source, f"-DCMAKE_PREFIX_PATH={self.prefix}"],
+        done = subprocess.run(["cmake", "-G", "Ninja", "-S", source, "-B", source, f"-DCMAKE_PREFIX_PATH={self.prefix}"],
                               capture_output=True)
         self.assertNotEqual(done.returncode, 0)
         self.assertIn(b"compatible with requested version", done.stderr)
