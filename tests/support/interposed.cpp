@@ -94,6 +94,9 @@ void spareBlocks(size_t size) { spareSize = size; }
 int unwipedBlocks() { return unwiped; }
 int flushes() { return flushCount; }
 void setLocalTime(bool known) { timeKnown = known; }
+size_t sizeOf(const void *address) {
+    return std::find_if(blocks, std::end(blocks) - 1, [&](const auto &each) { return each.address == address; })->size;
+}
 int liveBlocks() {
     return static_cast<int>(
         std::count_if(blocks, std::end(blocks), [](const auto &each) { return each.address != nullptr; }));
