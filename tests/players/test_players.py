@@ -36,8 +36,8 @@ exec setpriv --reuid=65534 --regid=65534 --clear-groups env HOME="$PWD" /usr/bin
 
 
 def run(*command, **options):
-    return subprocess.run(command, check=True, stdout=subprocess.PIPE, stdin=subprocess.DEVNULL, timeout=120,
-                          **options).stdout
+    return subprocess.run(command, check=True, stdout=subprocess.PIPE, timeout=120,
+                          **{"input": b"", **options}).stdout
 
 
 def garbled(name):
@@ -98,6 +98,7 @@ class Recipes(Players):
     def play(self, recipe, text, product, options=(), command=None):
         """The pictures that a recipe leads to, none where the player gives up."""
         shutil.copy(self.movie, self.folder)
+        shutil.copytree(ROOT / "examples", self.folder / "examples")
         (self.folder / "movie.srt").write_bytes(text)
         done = subprocess.run(["bash", "-euo", "pipefail", "-c", recipe], cwd=self.folder, capture_output=True,
                               env=self.environment(command or BUILD), stdin=subprocess.DEVNULL, timeout=120)
@@ -115,9 +116,10 @@ class Recipes(Players):
                 self.assertNotEqual(self.play(recipe, garbled(name), product, options, self.scratch / "copying"), plain)
 
     def test_ffmpeg(self):
-        from_file, from_pipe = recipes()["ffmpeg"]
+        from_file, from_pipe, by_script = recipes()["ffmpeg"]
         self.compare(from_file, "burned.mkv")
         self.compare(from_pipe, "with-track.mkv", ["-vf", "subtitles=with-track.mkv"])
+        self.compare(by_script, "burned.mkv")
 
     def test_gstreamer(self):
         [recipe] = recipes()["GStreamer"]
@@ -140,6 +142,65 @@ class Recipes(Players):
                 self.assertEqual(len(plain), 1 + len(cues(name)))
                 self.assertEqual(shown(garbled(name), BUILD), plain)
                 self.assertLessEqual(len(shown(garbled(name), self.scratch / "copying", 1) & plain), 1)
+
+
+class PlaySubtitles(Players):
+    SCRIPT = ROOT / "examples/play-subtitles.sh"
+
+    def ass(self, name):
+        """The first lines of a sample in a style of their own."""
+        run("ffmpeg", "-v", "error", "-i", "-", "made.ass", cwd=self.folder, input=in_utf8(name))
+        made = self.folder / "made.ass"
+        return re.sub(r"^Style: Default,[^,]*,\d+,&Hffffff", "Style: Default,DejaVu Sans,28,&H00ff00", made.read_text(),
+                      flags=re.M | re.I)
+
+    def burn(self, *arguments, script=SCRIPT, path=None, expect=0):
+        output = self.folder / "it's burned.mkv"
+        done = subprocess.run([script, *arguments[:-2], *(self.folder / name for name in arguments[-2:]), output],
+                              capture_output=True, text=True, stdin=subprocess.DEVNULL, timeout=120,
+                              env={**self.environment(BUILD), **({"PATH": path} if path else {})})
+        self.assertEqual(done.returncode, expect, done.stderr)
+        return pictures(output) if output.exists() else None, done.stderr
+
+    def test_ass_and_options(self):
+        text = self.ass("cp1251")
+        shutil.copy(self.movie, self.folder / "it's a video.mkv")
+        (self.folder / "utf8.ass").write_text(text)
+        run("ffmpeg", "-v", "error", "-i", self.movie, "-vf", "subtitles=utf8.ass", "plain.mkv", cwd=self.folder)
+        plain = pictures(self.folder / "plain.mkv")
+        self.assertGreater(len(set(plain)), len(cues("cp1251")))
+        (self.folder / "its.ASS").write_bytes(text.encode("cp1251"))
+        for options in ([], ["--from", "windows-1251"], ["--prefer=ru"]):
+            with self.subTest(options=options):
+                self.assertEqual(self.burn(*options, "it's a video.mkv", "its.ASS")[0], plain)
+        self.assertNotEqual(self.burn("--from=windows-1253", "it's a video.mkv", "its.ASS")[0], plain)
+
+    def test_finds_the_command(self):
+        """Beside itself, where there is none on the PATH."""
+        shutil.copy(self.movie, self.folder)
+        (self.folder / "movie.srt").write_bytes(garbled("gbk"))
+        script = self.folder / "play-subtitles.sh"
+        shutil.copy(self.SCRIPT, script)
+        others = self.folder / "programs"
+        others.mkdir()
+        for program in ("bash", "dirname", "mktemp", "sed", "tr", "rm", "ffmpeg"):
+            (others / program).symlink_to(shutil.which(program))
+        produced, message = self.burn("movie.mkv", "movie.srt", script=script, path=str(others), expect=1)
+        self.assertIsNone(produced)
+        self.assertIn("the zucharset command is missing", message)
+        (self.folder / "zucharset").symlink_to(BUILD / "zucharset")
+        self.assertTrue(self.burn("movie.mkv", "movie.srt", script=script, path=str(others))[0])
+
+    def test_refusals(self):
+        shutil.copy(self.movie, self.folder)
+        (self.folder / "movie.srt").write_bytes(garbled("gbk"))
+        for arguments, code, words in ((["--form=gbk", "movie.mkv", "movie.srt"], 2, "unknown option --form=gbk"),
+                                       (["--from=gkb", "movie.mkv", "movie.srt"], 2, "gkb"),
+                                       (["movie.mkv", "none.srt"], 3, "none.srt")):
+            with self.subTest(arguments=arguments):
+                produced, message = self.burn(*arguments, expect=code)
+                self.assertIsNone(produced)
+                self.assertIn(words, message)
 
 
 class MpvScript(Players):
