@@ -25,3 +25,6 @@ need_packages() {
 # The packages that a build needs, and those that the tests need besides.
 BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev)
 TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-tools g++-arm-linux-gnueabihf qemu-user)
+# Players, and a font for all of the samples' scripts.
+PLAYER_PACKAGES=(python3 mpv ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
+    vlc-bin vlc-plugin-base fonts-dejavu-core fonts-wqy-microhei)
