@@ -42,9 +42,10 @@ end
 
 -- What ran: standard output and error, or nil where there is no such command, which is said once.
 local said_missing = false
-local function run(...)
+local function run(arguments)
+    table.insert(arguments, 1, options.command)
     local ran = mp.command_native({
-        name = "subprocess", args = { options.command, ... }, playback_only = false,
+        name = "subprocess", args = arguments, playback_only = false,
         capture_stdout = true, capture_stderr = true, capture_size = 16 * 1024 * 1024,
     })
     if ran.error_string ~= "init" then
@@ -64,18 +65,30 @@ local function reason(ran)
 end
 
 -- What the command says of a file, in the terms of this script:
---   right     the player needs no help: UTF-8, or ASCII
---   trouble   why the text cannot be shown; nil when it can
+--   right     the player needs no help: UTF-8, ASCII, or no text at all
+--   trouble   why the text is not converted; nil when it is
 --   sure      whether the first reading stands far before the others
---   readings  { encoding, language or nil }, the likeliest first
+--   readings  those that can be shown, { encoding, language or nil }, the likeliest first
 local function verdict(file)
     if file.error then
         return { trouble = file.error, readings = {} }
     end
-    if file.plainAscii or file.encoding == "UTF-8" then
+    if file.kind == "empty" or file.kind == "ascii" or file.kind == "binary" or file.encoding == "UTF-8" then
         return { right = true, readings = {} }
     end
-    return { sure = true, readings = { { encoding = file.encoding } } }
+    local found = { sure = file.sure, readings = {} }
+    if file.kind == "unsupported" then
+        found.trouble = "looks like " .. file.encoding .. ", which zucharset does not convert"
+    else
+        found.readings[1] = { encoding = file.encoding, language = file.languageName }
+    end
+    for _, reading in ipairs(file.readings) do
+        if reading.codeType and reading.encoding ~= file.encoding then
+            found.readings[#found.readings + 1] = { encoding = reading.encoding,
+                                                    language = reading.languageName or reading.language }
+        end
+    end
+    return found
 end
 
 -- A verdict for each path, or nil where the command cannot be asked.
@@ -88,7 +101,7 @@ local function judge(paths)
     for _, path in ipairs(paths) do
         arguments[#arguments + 1] = path
     end
-    local ran = run(unpack(arguments))
+    local ran = run(arguments)
     local answer = ran and utils.parse_json(ran.stdout)
     if not answer or not answer.files or #answer.files ~= #paths then
         if ran then
@@ -145,7 +158,7 @@ local function convert(path, encoding)
     copies_made = copies_made + 1
     -- The extension tells mpv what format to try first.
     local copy = folder .. "/" .. copies_made .. (path:match("%.%w+$") or "")
-    local ran = run("convert", "--quiet", "--from=" .. encoding, "--output=" .. copy, "--", path)
+    local ran = run({ "convert", "--quiet", "--from=" .. encoding, "--output=" .. copy, "--", path })
     if not ran then
         return nil, "the command is missing"
     end
@@ -248,8 +261,8 @@ local function take(files)
         elseif not found.right then
             local id = add_reading(text, 1)
             if id then
-                say(name_of(file.path) .. ": " .. (found.sure and "" or "perhaps ") .. describe(found.readings[1]) ..
-                    (found.sure and "" or "; " .. options.key .. " shows other readings"))
+                say(("%s: read as %s"):format(name_of(file.path), describe(found.readings[1])) ..
+                    (found.sure and "" or (", not sure; %s: next reading"):format(options.key)))
             end
             if id and file.id then
                 replaced[file.id] = id
@@ -349,7 +362,7 @@ local function show_next_reading()
     if copy then
         replaced[id] = copy
         swap()
-        say(("%s: %s, reading %d of %d"):format(name_of(text.path), describe(text.readings[index]), index,
+        say(("%s: read as %s, %d of %d"):format(name_of(text.path), describe(text.readings[index]), index,
                                                 #text.readings))
     end
 end

@@ -247,7 +247,7 @@ class MpvScript(Players):
                 with self.mpv(self.movie) as mpv:
                     self.shows_copy(mpv)
                     helped = [mpv.picture(second) for second in seconds]
-                    self.assertEqual(mpv.said(), [(f"movie.srt: {encoding} ({language})", 2000)])
+                    self.assertEqual(mpv.said(), [(f"movie.srt: read as {encoding} ({language})", 2000)])
                     self.assertEqual([path.stat().st_mode & 0o777 for path in self.private.iterdir()], [0o700])
                 self.assertEqual(sorted(os.listdir(self.videos)), before)
                 self.assertEqual(garbled(name), (self.videos / "movie.srt").read_bytes())
@@ -295,6 +295,48 @@ class MpvScript(Players):
                              [(None, "-.srt")])
             self.assertEqual(sorted(track.get("lang", "") for track in shown), ["", "en", "ko", "zh"])
 
+    def test_next_reading(self):
+        """A reading more with each key, shown as that encoding reads it, and the first again after the last."""
+        self.write("movie.srt", garbled("cp1251"))
+        second = cues("cp1251")[0]
+        with self.mpv(self.movie) as mpv:
+            self.shows_copy(mpv)
+            shown = [mpv.picture(second)]
+            for count in range(1, 13):
+                mpv.command("keypress", "Ctrl+e")
+                mpv.wait(lambda: len(mpv.said()) == count + 1, "the next reading")
+                self.shows_copy(mpv)
+                shown.append(mpv.picture(second))
+                encoding, index, total = re.fullmatch(r"movie.srt: read as (\S+)(?: \(.*\))?, (\d+) of (\d+)",
+                                                      mpv.said()[-1][0]).groups()
+                if index == "1":
+                    break
+                readable = run("iconv", "-c", "-f", encoding, "-t", "UTF-8", input=garbled("cp1251"))
+        self.assertEqual(count, int(total))
+        self.assertEqual(shown[-1], shown[0])
+        self.assertEqual(len(set(shown[:-1])), int(total), "readings that look alike")
+        self.write("movie.srt", readable)
+        with self.mpv("--sub-codepage=utf-8", self.movie, helped=False) as mpv:
+            self.assertEqual(mpv.picture(second), shown[-2])
+
+    def test_preference(self):
+        """A text too short to be sure of is read as the options say."""
+        self.write("movie.srt", b"1\n00:00:01,000 --> 00:00:04,000\n\xd1\xf2\xee\xe9\n")
+        for prefer, encoding in (("ru", "Windows-1251"), ("el", "Windows-1253")):
+            with self.mpv(f"--script-opts=zucharset-prefer={prefer},zucharset-osd_seconds=5", self.movie) as mpv:
+                self.shows_copy(mpv)
+                self.assertEqual([(line.split(" (")[0], time) for line, time in mpv.said()],
+                                 [(f"movie.srt: read as {encoding}", 5000)])
+
+    def test_what_cannot_be_converted(self):
+        """It is named, and left to mpv."""
+        text = (SAMPLES / "utf16le.srt").read_bytes().decode("utf-16").encode("shift_jis")
+        path = self.write("movie.srt", text)
+        with self.mpv(self.movie) as mpv:
+            mpv.wait(mpv.said, "a message")
+            self.assertEqual(mpv.said(), [("movie.srt: looks like Shift_JIS, which zucharset does not convert", 2000)])
+            self.assertEqual(mpv.subtitles(), [(1, str(path), True)])
+
     def test_added_while_playing(self):
         self.write("movie.srt", garbled("gbk"))
         added = self.write("other.srt", garbled("cp949"))
@@ -309,8 +351,8 @@ class MpvScript(Players):
         text = in_utf8("cp1251").decode().encode("utf-16-be")
         named = self.write("movie.srt", text)
         given = self.write("given.srt", text)
-        for arguments, expected in ((["--sub-auto=exact"], "movie.srt: UTF-16BE"),
-                                    (["--sub-auto=no", f"--sub-file={given}"], "given.srt: UTF-16BE"),
+        for arguments, expected in ((["--sub-auto=exact"], "movie.srt: read as UTF-16BE"),
+                                    (["--sub-auto=no", f"--sub-file={given}"], "given.srt: read as UTF-16BE"),
                                     (["--sub-auto=no"], None)):
             with self.subTest(arguments=arguments), self.mpv(*arguments, self.movie) as mpv:
                 if expected:
