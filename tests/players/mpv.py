@@ -12,7 +12,8 @@ class Mpv:
     """A paused mpv that has loaded a file; a context manager."""
 
     def __init__(self, folder, *arguments, env=None):
-        self.socket_path, self.log_path, self.picture_path = (folder / name for name in ("socket", "log", "picture.png"))
+        names = ("socket", "log", "picture.png")
+        self.socket_path, self.log_path, self.picture_path = (folder / name for name in names)
         self.arguments = ["mpv", "--vo=null", "--ao=null", "--pause", "--keep-open", "--no-terminal",
                           f"--input-ipc-server={self.socket_path}", f"--log-file={self.log_path}",
                           "--msg-level=cplayer=trace", *map(str, arguments)]

@@ -16,9 +16,6 @@ from pathlib import Path
 from mpv import Mpv
 
 ROOT = Path(__file__).resolve().parents[2]
-sys.path.append(str(ROOT / "tests/packaging"))
-from test_docs import blocks_of  # noqa: E402
-
 SAMPLES = ROOT / "samples/subtitles"
 # Sample, its codec, and its encoding and language as the command names them.
 GARBLED = {"gbk": ("gbk", "GBK", "Chinese"), "cp1251": ("cp1251", "Windows-1251", "Russian"),
@@ -59,7 +56,7 @@ def recipes():
     found = {}
     for part in (ROOT / "docs/players.md").read_text().split("\n## ")[1:]:
         heading, _, body = part.partition("\n")
-        found[heading] = [block.text for block in blocks_of(body) if block.language == "sh"]
+        found[heading] = re.findall(r"^```sh\n(.*?)^```", body, re.M | re.S)
     return found
 
 
@@ -131,7 +128,7 @@ class Recipes(Players):
         for name in GARBLED:
             with self.subTest(name=name):
                 def shown(text, command, tries=8):
-                    """VLC may run ahead of the subtitles and leave some out, so these are the pictures of a few tries."""
+                    """VLC may run ahead of the subtitles and leave some out: the pictures of a few tries."""
                     found = set()
                     while tries > 0 and len(found) <= len(cues(name)):
                         found |= set(self.play(recipe, text, "burned.ts", (), command))
