@@ -82,7 +82,7 @@ local function verdict(file)
     else
         found.readings[1] = { encoding = file.encoding, language = file.languageName }
     end
-    for _, reading in ipairs(file.readings) do
+    for _, reading in ipairs(file.readings or {}) do
         if reading.codeType and reading.encoding ~= file.encoding then
             found.readings[#found.readings + 1] = { encoding = reading.encoding,
                                                     language = reading.languageName or reading.language }

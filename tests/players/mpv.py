@@ -73,7 +73,7 @@ class Mpv:
         deadline = time.monotonic() + 20
         while not condition():
             if time.monotonic() > deadline:
-                raise TimeoutError(f"waited in vain for {what}; log:\n{self.log_path.read_text(errors='replace')}")
+                raise TimeoutError(f"waited in vain for {what}; it ended with:\n{self.log_path.read_text(errors='replace')[-2000:]}")
             time.sleep(0.02)
 
     def subtitles(self):
