@@ -132,6 +132,15 @@ bool isPlausibleUtf16(Bytes text, bool bigEndian) {
 }
 
 int32_t wideFormOf(Bytes text) {
+    // From the first zero on; what follows the first pages only says the same again.
+    constexpr size_t kEnough = size_t{64} * 1024;
+    const void *zero = text.empty() ? nullptr : std::memchr(text.data(), 0, text.size());
+    if (zero == nullptr) {
+        return 0;
+    }
+    const auto first = static_cast<size_t>(static_cast<const uint8_t *>(zero) - text.data());
+    text = text.subspan(first / 4 * 4);
+    text = text.first(std::min(text.size(), kEnough));
     // Which of four bytes the zeros are in tells the form: of ASCII every high byte, of other letters still the
     // spaces'.
     std::array<size_t, 4> zeros{};
