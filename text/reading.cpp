@@ -196,9 +196,13 @@ void countWords(const BytePairs &counts, Text &text) {
     text.asciiWords = std::max<int64_t>(text.asciiWords, 0);
 }
 
+// Letters that are one to a reader, as those of Romanian with a comma or a cedilla, make no other text.
 bool sameText(const Text &text, int encoding, int other) {
-    return std::none_of(text.codes, text.codes + text.codeCount,
-                        [=](int code) { return characterOf(encoding, code) != characterOf(other, code); });
+    return std::all_of(text.codes, text.codes + text.codeCount, [=](int code) {
+        int a = characterOf(encoding, code);
+        int b = characterOf(other, code);
+        return a == b || (kKinds[a] == kKinds[b] && isLetterKind(kKinds[a]));
+    });
 }
 
 bool isConverted(int encoding) { return kEncodings[encoding].number < kShiftJis; }
@@ -248,7 +252,7 @@ int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints
     if ((kEncodings[encoding].homes >> language & 1) == 0)
         cost += kUnusual;
     if (kLanguages[language].script != kLatin)
-        cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords;
+        cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords + text.behind[kEnglish];
     if ((hints.languages >> language & 1) != 0)
         cost -= kHint;
     if ((hints.encodings >> encoding & 1) != 0)
