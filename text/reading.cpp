@@ -11,9 +11,11 @@ namespace {
 constexpr int32_t kHint = 800;
 constexpr int32_t kUnusual = 250;       // an encoding that has the letters of a language, but is not used for it
 constexpr int32_t kRunAmongWords = 450; // of a script that is not Latin, among words in ASCII
-// How much ASCII letters count for the language of a Latin text, and at most.
-constexpr int32_t kAsciiPercent = 60;
-constexpr int64_t kAsciiCap = 20000;
+// How much ASCII letters count for the language of a Latin text, and at most: in lines with a high byte, and elsewhere.
+constexpr int32_t kNearPercent = 70;
+constexpr int64_t kNearCap = 30000;
+constexpr int32_t kElsewherePercent = 10;
+constexpr int64_t kElsewhereCap = 4000;
 // Half of the words may be English: what that costs where the other language and English differ by so many steps.
 constexpr int32_t kMixtureCosts[16] = {0, 26, 43, 54, 61, 64, 67, 68, 69, 69, 69, 69, 69, 69, 69, 69};
 constexpr int64_t kMixtureStart = 300;
@@ -128,33 +130,20 @@ struct LetterPair {
     uint32_t count;
 };
 
-// Lists the pairs of ASCII letters regardless of case.
-int listLetterPairs(const BytePairs &counts, LetterPair (&pairs)[27 * 27]) {
-    uint32_t folded[27][27] = {};
-    auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
-    for (int a = kHighCodes; a < kByteCodes; a++) {
-        for (int b = kHighCodes; b < kByteCodes; b++)
-            folded[letterOf(a)][letterOf(b)] += counts.counts[a][b];
-    }
-    folded[0][0] = 0;
+// How well ASCII letters fit each Latin language.
+void weighLetters(const LetterPairs &counts, int32_t percent, int64_t cap, Text &text) {
+    LetterPair pairs[kFoldedLetters * kFoldedLetters];
+    size_t count = 0;
     Alphabet english(kEnglish);
-    int count = 0;
-    for (uint8_t a = 0; a < 27; a++) {
-        for (uint8_t b = 0; b < 27; b++) {
-            if (folded[a][b] != 0)
-                pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), folded[a][b]};
+    for (uint8_t a = 0; a < kFoldedLetters; a++) {
+        for (uint8_t b = 0; b < kFoldedLetters; b++) {
+            if (counts[a][b] != 0 && a + b != 0)
+                pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), counts[a][b]};
         }
     }
-    return count;
-}
-
-// What ASCII letters say: how far each Latin language is behind the best.
-void weighAscii(const BytePairs &counts, Text &text) {
-    LetterPair pairs[27 * 27];
-    auto count = static_cast<size_t>(listLetterPairs(counts, pairs));
+    int64_t costs[kLanguageCount];
     int64_t best = INT64_MAX;
     for (int language = 0; language < kLanguageCount; language++) {
-        text.behind[language] = 0;
         if (kLanguages[language].script != kLatin)
             continue;
         Alphabet alphabet(language);
@@ -168,15 +157,27 @@ void weighAscii(const BytePairs &counts, Text &text) {
             mixed += int64_t{pair.count} *
                      (std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)]);
         }
-        text.behind[language] = std::min(pure, mixed);
-        best = std::min(best, text.behind[language]);
+        costs[language] = std::min(pure, mixed);
+        best = std::min(best, costs[language]);
     }
     for (int language = 0; language < kLanguageCount; language++) {
         if (kLanguages[language].script == kLatin) {
-            int64_t more = (text.behind[language] - best) * kAsciiPercent / 100;
-            text.behind[language] = more * kAsciiCap / (more + kAsciiCap);
+            int64_t more = (costs[language] - best) * percent / 100;
+            text.behind[language] += more * cap / (more + cap);
         }
     }
+}
+
+// What ASCII letters say: how far each Latin language is behind the best. Those near high bytes say more.
+void weighAscii(const BytePairs &counts, Text &text) {
+    LetterPairs folded = {};
+    auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
+    for (int a = kHighCodes; a < kByteCodes; a++) {
+        for (int b = kHighCodes; b < kByteCodes; b++)
+            folded[letterOf(a)][letterOf(b)] += counts.counts[a][b];
+    }
+    weighLetters(folded, kNearPercent, kNearCap, text);
+    weighLetters(counts.elsewhere, kElsewherePercent, kElsewhereCap, text);
 }
 
 int64_t sum(const uint32_t *first, const uint32_t *end) {
@@ -193,7 +194,8 @@ void countWords(const BytePairs &counts, Text &text) {
         text.highRuns += starts;
         text.asciiWords += isAsciiLetter(a) ? -starts : sum(row + kUpperCode, row + kBlankCode);
     }
-    text.asciiWords = std::max<int64_t>(text.asciiWords, 0);
+    text.asciiWords =
+        std::max<int64_t>(text.asciiWords, 0) + sum(counts.elsewhere[0], counts.elsewhere[0] + kFoldedLetters);
 }
 
 // Letters that are one to a reader, as those of Romanian with a comma or a cedilla, make no other text.
