@@ -13,8 +13,10 @@ constexpr size_t kThorough = 64 * 1024;
 constexpr size_t kLongestMarkup = 400;
 constexpr size_t kLongestLine = 256;
 
-constexpr std::array<uint8_t, 256> makeCodes() {
-    std::array<uint8_t, 256> codes{};
+using CodeTable = std::array<uint8_t, 256>;
+
+constexpr CodeTable makeCodes() {
+    CodeTable codes{};
     for (int byte = 0; byte < 256; byte++) {
         int code = kOtherCode;
         if (byte >= 0x80)
@@ -31,15 +33,15 @@ constexpr std::array<uint8_t, 256> makeCodes() {
     }
     return codes;
 }
-constexpr std::array<uint8_t, 256> kCodes = makeCodes();
+constexpr CodeTable kCodes = makeCodes();
 
-constexpr std::array<uint8_t, 256> makeLetters() {
-    std::array<uint8_t, 256> letters{};
+constexpr CodeTable makeLetters() {
+    CodeTable letters{};
     for (size_t i = 0; i < 26; i++)
         letters['A' + i] = letters['a' + i] = static_cast<uint8_t>(i + 1);
     return letters;
 }
-constexpr std::array<uint8_t, 256> kLetters = makeLetters();
+constexpr CodeTable kLetters = makeLetters();
 
 constexpr bool opensMarkup(uint8_t byte) { return byte == '<' || byte == '{' || byte == '&'; }
 
@@ -97,15 +99,24 @@ size_t lineEnd(Bytes text, size_t at) {
     return end == nullptr ? at + longest : static_cast<size_t>(static_cast<const uint8_t *>(end) - text.data()) + 1;
 }
 
-// Goes through the text from `from` to `end` and hands each byte to count(), in place of markup a blank. Returns where
-// it stopped: markup may reach further.
-template <typename Count> size_t scan(Bytes text, size_t from, size_t end, Count count) {
+// Goes through the text from `from` to `end` and hands each byte's code to count(), in place of markup a blank's; codes
+// are numbers in a table, where `other` is that of signs like those that open markup. Returns where it stopped: markup
+// may reach further.
+template <typename Count>
+size_t scan(Bytes text, size_t from, size_t end, const CodeTable &codes, uint8_t other, Count count) {
     size_t i = from;
     while (i < end) {
-        uint8_t byte = text[i];
-        size_t skipped = opensMarkup(byte) ? markupLength(text, i) : 0;
-        count(skipped != 0 ? uint8_t{' '} : byte);
-        i += std::max<size_t>(skipped, 1);
+        uint8_t code = codes[text[i]];
+        size_t length = 1;
+        if (code == other && opensMarkup(text[i])) {
+            size_t skipped = markupLength(text, i);
+            if (skipped != 0) {
+                code = codes[' '];
+                length = skipped;
+            }
+        }
+        count(code);
+        i += length;
     }
     return i;
 }
@@ -119,16 +130,15 @@ void countBytePairs(Bytes text, BytePairs &pairs) {
     while (i < thorough) {
         size_t end = std::min(lineEnd(text, i), thorough);
         if (isHighCode(static_cast<int>(previous)) || hasHighByte(text.subspan(i, end - i))) {
-            i = scan(text, i, end, [&](uint8_t byte) {
-                size_t code = kCodes[byte];
+            i = scan(text, i, end, kCodes, kOtherCode, [&](uint8_t code) {
                 pairs.counts[previous][code]++;
                 previous = code;
             });
         } else {
             size_t letter = 0;
-            i = scan(text, i, end, [&](uint8_t byte) {
-                pairs.elsewhere[letter][kLetters[byte]]++;
-                letter = kLetters[byte];
+            i = scan(text, i, end, kLetters, 0, [&](uint8_t code) {
+                pairs.elsewhere[letter][code]++;
+                letter = code;
             });
             previous = kBlankCode;
         }

@@ -27,6 +27,7 @@ constexpr SymbolRow kSymbols[] = {
     /* kApostrophe  */ {450, 0, 0, 350, 0},
     /* kGuillemet   */ {450, 0, 0, 0, 0},
     /* kDash        */ {450, 0, 0, 0, 0},
+    /* kTiedSpace   */ {450, 150, 150, 150, 150},
     /* kOrdinary    */ {700, 300, 500, 0, 0},
     /* kInverted    */ {950, 600, 0, 0, 350},
     /* kOdd         */ {1100, 300, 300, 0, 0},

@@ -99,7 +99,8 @@ CLASSES = (
     "”",  # quotes that close, or open and close
     "’´",  # apostrophes, or quotes that close
     "«»‹›",
-    "–—…\u00a0",
+    "–—…",
+    "\u00a0",
     "€£°§©®™·•½¼¾²³¹×†‡‰ªº№\u00ad±",  # ordinary
     "¿¡",
     "¦¬¤¨¸¯µ÷ƒˆ˜¢¥¶`",  # odd
