@@ -138,6 +138,12 @@ def wincp_header():
                               "cp{}", "g_Converter_win_cp{}")
 
 
+def gb18030_header():
+    return header(["Pairs that GB18030 reads otherwise than the GBK table, as runs."], [Array(
+        "kGb18030Pairs", 16, [code for run in facts.gb18030_pair_ranges() for code in run],
+        "First and last code of each run, in turn.")], namespace="zutext")
+
+
 def ranked_header():
     return header([
         "Frequency table cells (row * columns + column) of the ranked characters, most frequent",
@@ -188,6 +194,7 @@ HEADERS = {
     "converters/tables/iso8859_tables.h": iso8859_header,
     "converters/tables/wincp_tables.h": wincp_header,
     "detector/tables/ranked_positions.h": ranked_header,
+    "text/tables/gb18030_pairs.h": gb18030_header,
     "text/tables/reading_tables.h": reading_header,
 }
 
