@@ -18,7 +18,7 @@ constexpr int32_t kElsewherePercent = 10;
 constexpr int64_t kElsewhereCap = 4000;
 // Half of the words may be English: what that costs where the other language and English differ by so many steps.
 constexpr int32_t kMixtureCosts[16] = {0, 26, 43, 54, 61, 64, 67, 68, 69, 69, 69, 69, 69, 69, 69, 69};
-constexpr int64_t kMixtureStart = 300;
+constexpr int64_t kMixtureStart = 600;
 constexpr int kEnglish = findLanguage("en");
 
 // All candidates are tried on the most frequent pairs, and only those that are not far behind then on all of them.
@@ -27,6 +27,7 @@ constexpr int kMostPairs = 2048;
 constexpr int64_t kFar = 4000;
 constexpr int kMostWork = 30000;
 
+constexpr int64_t kLargestBest = 1 << 30;
 constexpr int kCellStretch = 16;
 static_assert(kPairColumns % kCellStretch == 0, "stretches end with the table's rows");
 
@@ -328,6 +329,8 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
     weighAscii(scratch->counts, text);
     int count = rank(text, hints, scratch->candidates);
     preferConverted(scratch->candidates, count);
+    // Sums of vast texts are cut alike, so that the margins stay.
+    int64_t excess = std::max<int64_t>(scratch->candidates[0].cost - kLargestBest, 0);
     for (const Candidate &candidate : std::span(scratch->candidates, static_cast<size_t>(count))) {
         if (readings.count == static_cast<int32_t>(std::size(readings.rows)))
             break;
@@ -336,8 +339,9 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
             return sameText(text, candidate.encoding, singleByteIndex(row.encoding));
         });
         if (!listed)
-            readings.rows[readings.count++] = {kEncodings[candidate.encoding].number, candidate.language,
-                                               static_cast<int32_t>(std::min<int64_t>(candidate.cost, INT32_MAX))};
+            readings.rows[readings.count++] = {
+                kEncodings[candidate.encoding].number, candidate.language,
+                static_cast<int32_t>(std::min<int64_t>(candidate.cost - excess, INT32_MAX))};
     }
     free(scratch);
     return true;
