@@ -11,10 +11,10 @@ need_packages "${BUILD_PACKAGES[@]}" googletest python3 clang libclang-rt-14-dev
 
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
     -DZUCHARSET_SANITIZE=address,undefined,fuzzer-no-link -DZUCHARSET_CLI=OFF -DZUCHARSET_TESTS=ON >/dev/null
-cmake --build "$build" --target identify_fuzzer convert_fuzzer operations_fuzzer -- --quiet
+cmake --build "$build" --target identify_fuzzer convert_fuzzer operations_fuzzer text_fuzzer -- --quiet
 
 status=0
-for target in identify convert operations; do
+for target in identify convert operations text; do
     # What the fuzzer learns stays in the build folder, what it finds in fuzz/found.
     mkdir -p "$build/corpus/$target" "fuzz/found/$target"
     log=$build/$target.log

@@ -37,6 +37,9 @@ uint32_t scriptOf(uint32_t unit) {
     return page >= 0xAC && page <= 0xD7 ? 0xAC : page; // Hangul, or a page of its own
 }
 
+// What follows the first pages only says the same again.
+constexpr size_t kEnough = size_t{64} * 1024;
+
 // One in so many units may be wrong: a damaged byte here and there.
 constexpr size_t kWrongOneIn = 50;
 
@@ -127,13 +130,11 @@ Utf16Units countUnits(Bytes text, bool bigEndian) {
 }
 
 bool isPlausibleUtf16(Bytes text, bool bigEndian) {
-    const Utf16Units units = countUnits(text, bigEndian);
+    const Utf16Units units = countUnits(text.first(std::min(text.size(), kEnough)), bigEndian);
     return units.total == 0 || units.wrong * 10 <= units.total;
 }
 
 int32_t wideFormOf(Bytes text) {
-    // From the first zero on; what follows the first pages only says the same again.
-    constexpr size_t kEnough = size_t{64} * 1024;
     const void *zero = text.empty() ? nullptr : std::memchr(text.data(), 0, text.size());
     if (zero == nullptr) {
         return 0;
@@ -147,7 +148,7 @@ int32_t wideFormOf(Bytes text) {
     size_t printable = 0;
     for (size_t at = 0; at < text.size(); ++at) {
         zeros[at % 4] += text[at] == 0 ? 1 : 0;
-        printable += text[at] >= 0x20 && text[at] < 0x7F ? 1 : 0;
+        printable += isAsciiText(text[at]) ? 1 : 0;
     }
     const size_t even = zeros[0] + zeros[2];
     const size_t odd = zeros[1] + zeros[3];
