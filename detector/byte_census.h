@@ -127,9 +127,9 @@ class WordCensus {
         bTilde = true;
         stFound.s32MostPairs += TEXT_BLOCK / 2 + 1;
         if (!bCounts) {
-            stFound.s32MostWeighty += TEXT_BLOCK;
-            stFound.s32MostCommonLeads += TEXT_BLOCK;
-            stFound.s32MostRareLeads += TEXT_BLOCK;
+            addBlock(stFound.s32MostWeighty);
+            addBlock(stFound.s32MostCommonLeads);
+            addBlock(stFound.s32MostRareLeads);
             return;
         }
         for (int32_t i = 0; i < TEXT_BLOCK; ++i) {
@@ -153,6 +153,9 @@ class WordCensus {
     }
 
   private:
+    // The last block of the longest text is a byte short, and so is the room for it.
+    static void addBlock(int32_t &s32Bytes) { s32Bytes += std::min(TEXT_BLOCK, INT32_MAX - s32Bytes); }
+
     bool bCounts;
     BYTE_CENSUS_S stFound{};
     uint64_t u64Escapes = 0;
