@@ -51,8 +51,6 @@ macro(debian_package component name section multi_arch)
     set(CPACK_ZUCHARSET_${upper}_OVERRIDES ${arg_OVERRIDES})
 endmacro()
 set(exactly "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
-set(text_libraries "")
-set(text_package "")
 
 # Without a version in the library's file name, the record's version word (1) stands for its interface.
 debian_package(runtime libzucharset1 libs same
@@ -62,15 +60,12 @@ debian_package(runtime libzucharset1 libs same
         "Names the encoding of subtitles and other text, and converts 31 encodings to"
         "UTF-8. It is a shared library with a C interface for media players.")
 
-if(TARGET zutext_lib)
-    set(text_package "libzutext1 ${exactly}")
-    debian_package(text libzutext1 libs same
-        BINARIES libzutext.so
-        DEPENDS "libzucharset1 ${exactly}"
-        DESCRIPTION "Text of unknown encoding to UTF-8, as a person would read it - library"
-            "Finds the encoding that makes sense of a text, says how sure that is,"
-            "converts it to well-formed UTF-8 and keeps an exact account of what is lost.")
-endif()
+debian_package(text libzutext1 libs same
+    BINARIES libzutext.so
+    DEPENDS "libzucharset1 ${exactly}"
+    DESCRIPTION "Text of unknown encoding to UTF-8, as a person would read it - library"
+        "Finds the encoding that makes sense of a text, says how sure that is,"
+        "converts it to well-formed UTF-8 and keeps an exact account of what is lost.")
 
 debian_package(standin libvemora-utils-standin libs same
     BINARIES libvemora_utils.so
@@ -88,14 +83,14 @@ debian_package(standin_development libvemora-utils-standin-dev libdevel same
         "libzucharset, as a C header.")
 
 debian_package(development libzucharset-dev libdevel same
-    DEPENDS "libzucharset1 ${exactly}" ${text_package}
+    DEPENDS "libzucharset1 ${exactly}" "libzutext1 ${exactly}"
     DESCRIPTION "Character-set detection and conversion to UTF-8 - development files"
         "The C headers, which are also the manual of the interface, with a CMake"
         "package and pkg-config files.")
 
 debian_package(command zucharset text foreign
     CXX_BINARIES zucharset
-    DEPENDS "libzucharset1 ${exactly}" ${text_package}
+    DEPENDS "libzucharset1 ${exactly}" "libzutext1 ${exactly}"
     DESCRIPTION "Name the encoding of subtitle files and convert them to UTF-8"
         "The zucharset command detects the encoding of text files, converts them to"
         "UTF-8 and tells where text would be lost.")
