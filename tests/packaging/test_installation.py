@@ -106,15 +106,17 @@ class Installation(unittest.TestCase):
     def test_components(self):
         """The player's own utility library takes the place of the stand-in, so that must be separable."""
         files = {}
-        for component in ("runtime", "standin", "standin_development", "development", "command"):
+        for component in ("runtime", "text", "standin", "standin_development", "development", "command"):
             prefix = self.scratch / "components" / component
             run("cmake", "--install", BUILD, "--prefix", prefix, "--component", component)
             files[component] = sorted({path.name for path in prefix.rglob("*") if path.is_file()})
         self.assertEqual(files, {
             "runtime": ["libzucharset.so"],
+            "text": ["libzutext.so"],
             "standin": ["libvemora_utils.so"],
             "standin_development": ["vemora_utils.h"],
-            "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h", "zucharset.pc"],
+            "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h", "zucharset.pc",
+                            "zutext.h", "zutext.pc"],
             "command": ["_zucharset", "zucharset", "zucharset.1"],
         })
 
