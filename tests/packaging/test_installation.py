@@ -115,8 +115,8 @@ class Installation(unittest.TestCase):
             "text": ["libzutext.so"],
             "standin": ["libvemora_utils.so"],
             "standin_development": ["vemora_utils.h"],
-            "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h", "zucharset.pc",
-                            "zutext.h", "zutext.pc"],
+            "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h",
+                            "zucharset.pc", "zutext.h", "zutext.pc"],
             "command": ["_zucharset", "zucharset", "zucharset.1"],
         })
 
