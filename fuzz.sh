@@ -22,10 +22,11 @@ need_packages "${BUILD_PACKAGES[@]}" "${CLANG_PACKAGES[@]}" googletest python3
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
     -DZUCHARSET_SANITIZE=address,undefined,fuzzer-no-link -DZUCHARSET_CLI=OFF -DZUCHARSET_TESTS=ON \
     -DZUCHARSET_WERROR=ON >/dev/null
-cmake --build "$build" --target identify_fuzzer convert_fuzzer operations_fuzzer -- --quiet
+targets=(identify convert operations text)
+cmake --build "$build" --target "${targets[@]/%/_fuzzer}" -- --quiet
 
 status=0
-for target in identify convert operations; do
+for target in "${targets[@]}"; do
     # What the fuzzer learns stays in the build folder, what it finds in fuzz/found.
     mkdir -p "$build/corpus/$target" "fuzz/found/$target"
     log=$build/$target.log
