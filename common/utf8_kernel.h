@@ -148,6 +148,18 @@ template <class Vector> ZU_HOT uint8_t *storeSequences(uint8_t *pu8Output, Vecto
         return storePlain(pu8Output, vUnicode);
 }
 
+// Writes the sequences of eight code points from 800 to FFFF, and as many bytes behind them as KERNEL_MARGIN says.
+// Needs shuffles.
+ZU_HOT void storeThreeByteSequences(uint8_t *pu8Output, VECTOR_U16 vUnicode) {
+    constexpr VECTOR_U8 vPlaces = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 3, 3, 3, 3};
+    const VECTOR_U16 vLast = 0x8080 | (vUnicode & 0x3F) | (vUnicode << 2 & 0x3F00);
+    const VECTOR_U16 vFirst = 0xE0 | vUnicode >> 12;
+    const auto vLow = __builtin_shufflevector(vLast, vFirst, 0, 8, 1, 9, 2, 10, 3, 11);
+    const auto vHigh = __builtin_shufflevector(vLast, vFirst, 4, 12, 5, 13, 6, 14, 7, 15);
+    storeAs(pu8Output, shuffled(std::bit_cast<VECTOR_U8>(vLow), vPlaces));
+    storeAs(pu8Output + 12, shuffled(std::bit_cast<VECTOR_U8>(vHigh), vPlaces));
+}
+
 // Writes a sequence of one byte or two for each byte of a single-byte text: the foreign ones take two, vLast and before
 // it vFirst, the others are their own sequences. Needs shuffles.
 ZU_HOT uint8_t *storeOneOrTwo(uint8_t *pu8Output, WIDE_U8 vText, WIDE_MASK vForeign, WIDE_U8 vFirst, WIDE_U8 vLast) {

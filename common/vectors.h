@@ -77,6 +77,13 @@ constexpr bool LOADS_BEAT_SHUFFLES = true;
 constexpr bool LOADS_BEAT_SHUFFLES = false;
 #endif
 
+// Whether single lanes are quickly taken out of vectors and put in.
+#if defined(__SSSE3__) || defined(__aarch64__)
+constexpr bool HAS_QUICK_LANES = true;
+#else
+constexpr bool HAS_QUICK_LANES = false;
+#endif
+
 // Two bytes for each byte from 80 on, in rows of sixteen.
 struct ROWS_OF_TWO_S {
     static constexpr int32_t ROWS = 8;
