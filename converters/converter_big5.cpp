@@ -61,9 +61,14 @@ struct Big5Decoder : TwoByteDecoder<Big5Decoder> {
         return converterHigh(pu8Input, s32Left);
     }
 
+    ZU_HOT uint32_t entry(uint32_t u32Row, uint32_t u32Column) const {
+        return at(size_t{2} * (u32Row * GRID.columns() + u32Column));
+    }
+
     const uint8_t *table() const { return pu8ToUnicode; }
 
   private:
+    // Swapped as a word: a processor is slow at half registers.
     ZU_HOT uint32_t at(size_t u32Index) const {
         return __builtin_bswap32(loadAs<uint16_t>(pu8ToUnicode + u32Index)) >> 16;
     }

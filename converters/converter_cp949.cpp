@@ -80,11 +80,9 @@ static_assert(std::size(u16Ksc5601ToUniPage30) / KSC_COLUMNS == 0xC8 - 0xB0 + 1)
 static_assert(std::size(u16Ksc5601ToUniPage4a) / KSC_COLUMNS == 0xFD - 0xCA + 1);
 
 struct Cp949Decoder : TwoByteDecoder<Cp949Decoder> {
-    // The Hangul of KS X 1001.
-    static constexpr PAIR_GRID_S GRID{0xB0, 0xC8, 0xA1, 0xFE, 0, 0};
-    static constexpr bool HIGH_BYTE_FIRST = false;
-    static constexpr bool LONG_RUNS = false;
-    static_assert(GRID.columns() == KSC_COLUMNS && GRID.rows() * GRID.columns() == std::size(u16Ksc5601ToUniPage30));
+    static constexpr PAIR_GRID_S GRID{0xA1, 0xFE, 0xA1, 0xFE, 0, 0};
+    static constexpr bool LONG_RUNS = false; // words are short
+    static_assert(GRID.columns() == KSC_COLUMNS);
 
     explicit Cp949Decoder(const ZU_CHARSETCONVERTER_Cp949_S &) {}
 
@@ -92,7 +90,7 @@ struct Cp949Decoder : TwoByteDecoder<Cp949Decoder> {
         return *pu8Input < 0x80 ? character(*pu8Input, 1) : conterCp949ToUtf8(pu8Input, s32Left);
     }
 
-    static const uint8_t *table() { return reinterpret_cast<const uint8_t *>(u16Ksc5601ToUniPage30); }
+    ZU_HOT static uint32_t entry(uint32_t u32Row, uint32_t u32Column) { return _CP949_KscToUnicode(u32Row, u32Column); }
 
   private:
     // The character of a byte of 80 or more. A pair that is no code is taken whole, whatever its second byte.

@@ -54,7 +54,11 @@ struct GbkDecoder : TwoByteDecoder<GbkDecoder> {
         // or a letter after a damaged character survives.
         if (!isGbkTrail(u8Trail))
             return character(REPLACEMENT, 1);
-        return character(pu16ToUnicode[(u8Lead - 0x81u) * GRID.columns() + (u8Trail - 0x40u)], 2);
+        return character(entry(u8Lead - 0x81u, u8Trail - 0x40u), 2);
+    }
+
+    ZU_HOT uint32_t entry(uint32_t u32Row, uint32_t u32Column) const {
+        return pu16ToUnicode[u32Row * GRID.columns() + u32Column];
     }
 
     const uint8_t *table() const { return reinterpret_cast<const uint8_t *>(pu16ToUnicode); }

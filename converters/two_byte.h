@@ -44,26 +44,30 @@ constexpr TRAIL_COLUMNS_S trailColumns(const PAIR_GRID_S &stGrid) {
 // Base of the decoders of such encodings. A decoder offers, besides next(),
 //   static constexpr PAIR_GRID_S GRID
 //       pairs that are common in its text
-//   static constexpr bool HIGH_BYTE_FIRST, LONG_RUNS
-//       of the entries of its table; whether eight pairs in a row are common
+//   uint32_t entry(uint32_t u32Row, uint32_t u32Column) const
+//       the code point at a place of that grid: if it is 800 or more, the one that next() gives for the pair
+//   static constexpr bool LONG_RUNS
+//       whether eight pairs in a row are common, and if so
 //   const uint8_t *table() const
-//       the code points of that grid, row by row, two bytes each: one that is 800 or more is what next() gives for the
-//       pair
+//   static constexpr bool HIGH_BYTE_FIRST
+//       what entry() reads from, row by row, and the order of its bytes
 template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
     // Eight pairs at a time, or else two, where there are so many. A single ASCII character between pairs is taken by
     // itself: it is nearly always a space, and then nothing has to be counted before the next word can begin.
     CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
-        const uint8_t *const pu8Table = static_cast<const Decoder *>(this)->table(); // no written byte could change it
+        const Decoder stDecoder = *static_cast<const Decoder *>(this); // a copy that no written byte could change
         PlainCounter<8> stPlain;
         while (stStretch.goesOn(stCursor)) {
             const uint8_t *const pu8Input = stCursor.pu8Input;
-            if (HAS_QUICK_LANES && Decoder::LONG_RUNS && storeEightPairs(pu8Table, stCursor)) {
-                stCursor = advanced(stCursor, 16, 24);
-                continue;
+            if constexpr (HAS_QUICK_LANES && Decoder::LONG_RUNS) {
+                if (storeEightPairs(stDecoder.table(), stCursor)) {
+                    stCursor = advanced(stCursor, 16, 24);
+                    continue;
+                }
             }
-            const uint32_t u32First = commonPair(pu8Table, pu8Input);
+            const uint32_t u32First = commonPair(stDecoder, pu8Input);
             if (u32First >= 0x800) {
-                const uint32_t u32Second = commonPair(pu8Table, pu8Input + 2);
+                const uint32_t u32Second = commonPair(stDecoder, pu8Input + 2);
                 if (u32Second >= 0x800) {
                     storeTwoSequences(stCursor.pu8Output, u32First, u32Second);
                     stCursor = advanced(stCursor, 4, 6);
@@ -93,16 +97,14 @@ template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
     static constexpr TRAIL_COLUMNS_S s_stColumns = trailColumns(Decoder::GRID);
 
     // The code point of a common pair; anything below 800 where next() is to decide.
-    ZU_HOT static uint32_t commonPair(const uint8_t *pu8Table, const uint8_t *pu8Input) {
+    ZU_HOT static uint32_t commonPair(const Decoder &stDecoder, const uint8_t *pu8Input) {
         constexpr PAIR_GRID_S stGrid = Decoder::GRID;
         const uint32_t u32Row = pu8Input[0] - uint32_t{stGrid.u8FirstLead};
         const uint32_t u32Column =
             stGrid.u32GapLength > 0 ? s_stColumns.au8[pu8Input[1]] : pu8Input[1] - uint32_t{stGrid.u8FirstTrail};
         if (u32Row >= stGrid.rows() || u32Column >= stGrid.columns())
             return 0;
-        const uint32_t u32Entry = loadAs<uint16_t>(pu8Table + size_t{2} * (u32Row * stGrid.columns() + u32Column));
-        // Swapped as a word: a processor is slow at half registers.
-        return Decoder::HIGH_BYTE_FIRST ? __builtin_bswap32(u32Entry) >> 16 : u32Entry;
+        return stDecoder.entry(u32Row, u32Column);
     }
 
     // By words: lanes would be taken out and put in one by one through the shuffling unit.
