@@ -78,7 +78,7 @@ typedef struct zutext_encoding {
     const char *name;        /**< "Windows-1251" */
     const char *aliases;     /**< other names, separated by spaces */
     const char *description; /**< what it is for: "Cyrillic" */
-    const char *iconv_name;  /**< what iconv calls it: "CP1251" */
+    const char *iconv_name;  /**< what iconv calls it: "CP1251"; null where it does not know it, ICU's uconv may */
     const char *web_name;    /**< its name in the Encoding Standard of the web, in lower case; null where it has none */
     const char *caveat;      /**< what the library's table lacks; null where it is complete */
 } zutext_encoding;
@@ -102,8 +102,11 @@ ZUTEXT_API const zutext_encoding *zutext_find_encoding(const char *name, size_t 
 
 /**
  * Names near one that nothing has, for "did you mean": at most three, separated by ", ".
- * @param names     out: the list, cut at size; empty when nothing is near
- * @param languages 1: languages too, by code and name
+ * @param name       what was given; need not end with a 0 byte
+ * @param length     its length in bytes
+ * @param languages  1: languages too, by code and name
+ * @param names      out: the list, cut to fit; empty when nothing is near
+ * @param size       room in names, at least 1
  */
 ZUTEXT_API void zutext_near_names(const char *name, size_t length, int32_t languages, char *names, size_t size);
 
@@ -203,6 +206,8 @@ ZUTEXT_API const char *zutext_language_name(const char *code);
 /**
  * Judges a whole text.
  * @param bytes    the text; may be null when length is 0
+ * @param length   its length in bytes
+ * @param options  how to judge; may be null
  * @param verdict  out
  * @return ZUTEXT_OK also for no text and unsupported encodings: the verdict says so
  */
@@ -211,18 +216,20 @@ ZUTEXT_API int32_t zutext_detect(const uint8_t *bytes, size_t length, const zute
 
 /* ---- What a conversion lost ---- */
 
-/** Kinds of loss. */
+/** Kinds of loss, and one of damage that was mended. */
 enum {
     ZUTEXT_LOSS_REPLACED = 0,  /**< a character without a meaning in the encoding became U+FFFD */
     ZUTEXT_LOSS_DROPPED = 1,   /**< bytes without a meaning were left out */
-    ZUTEXT_LOSS_MALFORMED = 2, /**< not well-formed UTF-8 in the input; became something else */
-    ZUTEXT_LOSS_SURROGATE = 3, /**< half of a surrogate pair alone; became U+FFFD unless ZUTEXT_KEEP_SURROGATES */
-    ZUTEXT_LOSS_MISREAD = 4,   /**< a code of GB18030 that GBK does not have, read as something else */
-    ZUTEXT_LOSS_CUT = 5,       /**< the end of the text cuts off a character; its bytes were left out */
-    ZUTEXT_LOSS_KINDS = 6
+    ZUTEXT_LOSS_MALFORMED = 2, /**< what UTF-8 does not allow became U+FFFD */
+    ZUTEXT_LOSS_SURROGATE =
+        3,                   /**< half of a surrogate pair alone became U+FFFD, or stays with ZUTEXT_KEEP_SURROGATES */
+    ZUTEXT_LOSS_MISREAD = 4, /**< a code that others read otherwise: of GB18030 in GBK, or a single 80 (often €) */
+    ZUTEXT_LOSS_CUT = 5,     /**< the end of the text cuts off a character; its bytes were left out */
+    ZUTEXT_MENDED_PAIR = 6,  /**< UTF-8 with a surrogate pair, which became the one character meant: nothing is lost */
+    ZUTEXT_LOSS_KINDS = 7
 };
 
-enum { ZUTEXT_MOST_PLACES = 18, ZUTEXT_PLACES_OF_A_KIND = 3 };
+enum { ZUTEXT_MOST_PLACES = 21, ZUTEXT_PLACES_OF_A_KIND = 3 };
 
 /** Where something was lost. */
 typedef struct zutext_place {
@@ -266,9 +273,11 @@ ZUTEXT_API int32_t zutext_open(const zutext_options *options, zutext_stream **st
 
 /**
  * Takes the next piece of the text, cut anywhere. Plain ASCII passes; from the first other byte the stream gathers its
- * sample, judges, and converts what it holds and all that follows. Until then output may be empty.
+ * sample, judges, and converts what it holds and all that follows. Until then output may be empty; it always holds
+ * whole characters.
+ * @param stream  from zutext_open()
  * @param bytes   read only during the call; may be null when length is 0
- * @param length  any; a piece of 64 KiB costs least memory
+ * @param length  in bytes, any; a piece of 64 KiB costs least memory
  * @param output  out: what is ready; may be null with ZUTEXT_JUDGE_ONLY
  * @return ZUTEXT_ERROR_NOT_TEXT and ZUTEXT_ERROR_UNSUPPORTED as soon as the verdict is one that cannot be converted.
  * After an error only zutext_verdict_of(), zutext_account_of() and zutext_close() are allowed.
@@ -304,8 +313,11 @@ typedef struct zutext_text {
 
 /**
  * Converts a whole text to UTF-8.
- * @param text  out: to be released with zutext_release(). After ZUTEXT_ERROR_NOT_TEXT and ZUTEXT_ERROR_UNSUPPORTED its
- *              verdict is filled in; there is nothing to release after an error, though it does no harm.
+ * @param bytes    the text; may be null when length is 0
+ * @param length   its length in bytes
+ * @param options  how to judge and convert; may be null
+ * @param text     out: to be released with zutext_release(). After ZUTEXT_ERROR_NOT_TEXT and ZUTEXT_ERROR_UNSUPPORTED
+ * its verdict is filled in; there is nothing to release after an error, though it does no harm.
  */
 ZUTEXT_API int32_t zutext_convert(const uint8_t *bytes, size_t length, const zutext_options *options,
                                   zutext_text *text);
@@ -366,6 +378,8 @@ ZUTEXT_API int32_t zutext_explain(const uint8_t *bytes, size_t length, const zut
 /**
  * Shows the lines of a text that tell most about its encoding, read in one encoding. The choice of lines depends on the
  * bytes alone, so that previews in several encodings stand side by side.
+ * @param bytes     the text, or the start of it; may be null when length is 0
+ * @param length    its length in bytes
  * @param encoding  id; single-byte encodings that are not converted can be shown too
  * @param lines     how many at most, 1 to 8
  * @param text      out: lines, each cut at about 70 characters, with '\n' between them; ends with a 0 byte;
