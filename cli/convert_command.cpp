@@ -18,7 +18,9 @@ namespace {
 
 constexpr const char *kFooter = R"(A single file goes to standard output unless an option says otherwise. An output
 file appears whole or not at all. What a conversion loses is told with the
-offset and the bytes, also under --quiet.
+offset and the bytes, and where the encoding is not sure a remark says so, both
+also under --quiet. What is no text, or in an encoding that is not supported, is
+named and left alone.
 
 Examples:
   zucharset convert movie.srt > movie.utf8.srt
@@ -177,13 +179,12 @@ void addConvertCommand(CLI::App &app, Action &chosen) {
     CLI::Option *add =
         command->add_flag("--to-utf8-bom", options->addMark, "Start the output with a byte order mark, never with two");
     command->add_flag("--strip-bom", options->stripMark, "Leave out a byte order mark")->excludes(add);
-    CLI::Option *keep =
-        command->add_flag("--keep-surrogates", options->keepSurrogates,
-                          "Write characters beyond U+FFFF in two halves, as the library does; not well-formed UTF-8");
-    command->add_flag("--join-surrogates", options->joinSurrogates)->group("")->excludes(keep);
+    command->add_flag("--keep-surrogates", options->keepSurrogates,
+                      "Write characters beyond U+FFFF in two halves, as the library does; not well-formed UTF-8");
+    command->add_flag("--join-surrogates", options->joinSurrogates)->group("");
     command->add_flag("--strict", options->strict,
                       "Write no file whose text would lose anything or not be well-formed UTF-8");
-    command->add_flag("-q,--quiet", options->quiet, "Print only errors and lost text");
+    command->add_flag("-q,--quiet", options->quiet, "Print only errors, lost text and warnings");
     command->callback([options, &chosen] { chosen = [options] { return convertAll(*options); }; });
 }
 
