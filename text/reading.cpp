@@ -22,7 +22,7 @@ constexpr int64_t kMixtureStart = 600;
 constexpr int kEnglish = findLanguage("en");
 
 // All candidates are tried on the most frequent pairs, and only those that are not far behind then on all of them.
-constexpr int kFirstPairs = 24;
+constexpr int kFirstPairs = 20;
 constexpr int kMostPairs = 2048;
 constexpr int64_t kFar = 4000;
 constexpr int kMostWork = 30000;
@@ -210,14 +210,35 @@ bool sameText(const Text &text, int encoding, int other) {
 
 bool isConverted(int encoding) { return kEncodings[encoding].number < kShiftJis; }
 
-// What the pairs of a text cost in one encoding and language.
-class PairSum {
+// What the bytes of a text are in one language; worked out when asked for, and the same in all encodings.
+class Signs {
   public:
-    PairSum(const Text &text, int encoding, const Alphabet &alphabet, int64_t start)
-        : text_(text), alphabet_(alphabet), encoding_(encoding), cost_(start) {
+    explicit Signs(int language) : alphabet_(language) {
         for (Sign &sign : signs_)
             sign.group = kGroups;
     }
+
+    const Alphabet &alphabet() const { return alphabet_; }
+    const Sign &of(int encoding, int code) {
+        int character = isHighCode(code) ? characterOf(encoding, code) : kCharacterCount + code - kHighCodes;
+        Sign &sign = signs_[character];
+        if (sign.group == kGroups)
+            sign = signOf(encoding, alphabet_, code);
+        return sign;
+    }
+
+  private:
+    static constexpr int kCharacterCount = static_cast<int>(std::size(kKinds));
+
+    Alphabet alphabet_;
+    Sign signs_[kCharacterCount + kByteCodes - kHighCodes];
+};
+
+// What the pairs of a text cost in one encoding and language.
+class PairSum {
+  public:
+    PairSum(const Text &text, int encoding, Signs &signs, int64_t start)
+        : text_(text), signs_(signs), encoding_(encoding), cost_(start) {}
 
     // Adds the pairs up to one, or to where the sum passes the bound: then the sum is less than the pairs cost.
     int64_t addUpTo(int end, int64_t bound) {
@@ -226,7 +247,8 @@ class PairSum {
             int stop = std::min(end, next_ + kStretch);
             for (; next_ < stop; next_++) {
                 const Pair &pair = text_.pairs[next_];
-                cost_ += int64_t{costOf(alphabet_, sign(pair.first), sign(pair.second))} * pair.count;
+                const Sign &first = signs_.of(encoding_, pair.first);
+                cost_ += int64_t{costOf(signs_.alphabet(), first, signs_.of(encoding_, pair.second))} * pair.count;
             }
         }
         return cost_;
@@ -235,19 +257,11 @@ class PairSum {
     int added() const { return next_; }
 
   private:
-    const Sign &sign(int code) {
-        Sign &sign = signs_[code];
-        if (sign.group == kGroups)
-            sign = signOf(encoding_, alphabet_, code);
-        return sign;
-    }
-
     const Text &text_;
-    const Alphabet &alphabet_;
+    Signs &signs_;
     int encoding_;
     int next_ = 0;
     int64_t cost_;
-    Sign signs_[kByteCodes];
 };
 
 int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints &hints) {
@@ -268,11 +282,11 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
     int count = 0;
     int firstPairs = std::min(text.pairCount, kFirstPairs);
     for (int16_t language = 0; language < kLanguageCount; language++) {
-        Alphabet alphabet(language);
+        Signs signs(language);
         for (int16_t encoding = 0; encoding < kEncodingCount; encoding++) {
             if ((kEncodings[encoding].languages >> language & 1) == 0)
                 continue;
-            PairSum sum(text, encoding, alphabet, priorOf(text, encoding, language, hints));
+            PairSum sum(text, encoding, signs, priorOf(text, encoding, language, hints));
             candidates[count++] = {sum.addUpTo(firstPairs, INT64_MAX), encoding, language};
         }
     }
@@ -290,8 +304,8 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
             candidate.cost += best - start;
             continue;
         }
-        Alphabet alphabet(candidate.language);
-        PairSum sum(text, candidate.encoding, alphabet, priorOf(text, candidate.encoding, candidate.language, hints));
+        Signs signs(candidate.language);
+        PairSum sum(text, candidate.encoding, signs, priorOf(text, candidate.encoding, candidate.language, hints));
         candidate.cost = sum.addUpTo(text.pairCount, best + kFar);
         best = std::min(best, candidate.cost);
         work -= sum.added();
@@ -331,7 +345,11 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
     preferConverted(scratch->candidates, count);
     // Sums of vast texts are cut alike, so that the margins stay.
     int64_t excess = std::max<int64_t>(scratch->candidates[0].cost - kLargestBest, 0);
+    bool seen[kEncodingCount] = {};
     for (const Candidate &candidate : std::span(scratch->candidates, static_cast<size_t>(count))) {
+        if (seen[candidate.encoding])
+            continue;
+        seen[candidate.encoding] = true;
         if (readings.count == static_cast<int32_t>(std::size(readings.rows)))
             break;
         Reading *end = readings.rows + readings.count;
