@@ -10,7 +10,7 @@
 namespace zutext {
 namespace {
 
-constexpr size_t kRead = 64 * 1024;
+constexpr size_t kRead = size_t{64} * 1024;
 constexpr int kRanked = 600;
 // Costs in hundredths of a nat.
 constexpr int32_t kFirstRank = 220; // of the most frequent character; the others follow a Zipf law
@@ -33,8 +33,9 @@ struct Ranks {
 
     void add(int lead, int trail, int rank) {
         uint16_t &entry = of[lead << 8 | trail];
-        if (entry == 0 || entry > rank)
+        if (entry == 0 || entry > rank) {
             entry = static_cast<uint16_t>(rank);
+        }
     }
 };
 
@@ -53,8 +54,9 @@ void gbkCode(int cell, int &lead, int &trail) {
 void big5Code(int cell, int &lead, int &trail) {
     lead = 0xA1 + cell / 158;
     trail = 0x40 + cell % 158;
-    if (trail > 0x7F) // the table leaves out trails 80 to A0
+    if (trail > 0x7F) { // the table leaves out trails 80 to A0
         trail += 0x21;
+    }
 }
 
 void shiftJisCode(int cell, int &lead, int &trail) {
@@ -99,7 +101,7 @@ bool fillFor(Ranks &ranks, int32_t encoding) {
 // Whole-number approximation of 100 ln(rank), good to 4.
 int32_t logOf(int rank) {
     constexpr int kLn2 = 6931; // in ten-thousandths
-    int power = std::bit_width(static_cast<unsigned>(rank)) - 1;
+    const int power = static_cast<int>(std::bit_width(static_cast<unsigned>(rank))) - 1;
     return (kLn2 * power + kLn2 * (rank - (1 << power)) / (1 << power)) / 100;
 }
 
@@ -121,15 +123,19 @@ bool isPair(int32_t encoding, uint8_t lead, uint8_t trail) {
 }
 
 int32_t pairCost(const Ranks &ranks, int32_t encoding, uint8_t lead, uint8_t trail) {
-    if (!isPair(encoding, lead, trail))
+    if (!isPair(encoding, lead, trail)) {
         return kUndefinedPair;
+    }
     int rank = ranks.of[lead << 8 | trail];
-    if (rank != 0)
+    if (rank != 0) {
         return kFirstRank + logOf(rank);
-    if (encoding == kShiftJis)
+    }
+    if (encoding == kShiftJis) {
         return lead == 0x81 ? kSign : kUnranked;
-    if (lead == 0xA1 || (lead == 0xA3 && encoding == ZU_CHARSET_CODETYPE_GBK))
+    }
+    if (lead == 0xA1 || (lead == 0xA3 && encoding == ZU_CHARSET_CODETYPE_GBK)) {
         return kSign;
+    }
     bool standard = encoding == ZU_CHARSET_CODETYPE_BIG5 || (lead >= 0xA1 && trail >= 0xA1);
     return standard ? kUnranked : kExtension;
 }
@@ -175,8 +181,9 @@ int64_t costOf(Bytes text, int32_t encoding, const Ranks &ranks) {
 
 bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost) {
     auto *ranks = static_cast<Ranks *>(calloc(1, sizeof(Ranks)));
-    if (ranks == nullptr)
+    if (ranks == nullptr) {
         return false;
+    }
     bool known = fillFor(*ranks, encoding);
     if (known) {
         Bytes start = text.first(std::min(text.size(), kRead));
