@@ -165,10 +165,7 @@ bool decideUtf8(const Sample &sample, zutext_verdict &verdict) {
 
 // --- Letters ---
 
-// A double-byte claim of the vote stands unless a single-byte reading is clearly better; where the vote names nothing,
-// a double-byte reading must be clearly better itself. In hundredths of the best single-byte cost.
-constexpr int64_t kClaimStands = 120;
-constexpr int64_t kClaimSure = 64;
+// A hint lets a double-byte reading cost half as much again.
 constexpr int64_t kHintWeight = 150;
 constexpr int64_t kNoCost = INT64_MAX; // not weighed
 
@@ -215,8 +212,8 @@ class LetterJudge {
                 continue;
             }
             const bool hinted = (wideHints >> i & 1) != 0;
-            const int64_t stands = (m_vote != 0 ? kClaimStands : kClaimSure) * (hinted ? kHintWeight : 100) / 100;
-            if (m_wideCosts[i] * 100 <= single * stands && (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
+            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, m_vote != 0) &&
+                (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
                 best = i;
             }
         }
@@ -227,8 +224,7 @@ class LetterJudge {
         verdict.kind = kindOf(verdict.encoding);
         verdict.decided_by = wide && m_vote != 0 ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
         verdict.margin = verdict.reading_count > 1 ? verdict.readings[1].cost : INT32_MAX;
-        verdict.sure = wide ? (m_wideCosts[best] * 100 <= single * kClaimSure && verdict.margin >= kSureMargin ? 1 : 0)
-                            : (verdict.margin >= kSureMargin ? 1 : 0);
+        verdict.sure = verdict.margin >= kSureMargin && (!wide || isSureOf(m_wideCosts[best], single)) ? 1 : 0;
     }
 
     // The chosen double-byte reading first if there is one, then all others by cost.
