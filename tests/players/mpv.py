@@ -73,7 +73,8 @@ class Mpv:
         deadline = time.monotonic() + 20
         while not condition():
             if time.monotonic() > deadline:
-                raise TimeoutError(f"waited in vain for {what}; it ended with:\n{self.log_path.read_text(errors='replace')[-2000:]}")
+                log = self.log_path.read_text(errors="replace")
+                raise TimeoutError(f"waited in vain for {what}; the log ends with\n{log[-2000:]}")
             time.sleep(0.02)
 
     def subtitles(self):
@@ -85,8 +86,10 @@ class Mpv:
         """The bytes of a PNG file with the subtitles at this time."""
         self.events.clear()
         self.command("seek", second, "absolute+exact")
-        while "playback-restart" not in self.events:
-            self.events.append(self.read().get("event"))
+        for event in ("seek", "playback-restart"):
+            while event not in self.events:
+                self.events.append(self.read().get("event"))
+            del self.events[:self.events.index(event) + 1]
         self.command("screenshot-to-file", str(self.picture_path), "subtitles")
         return self.picture_path.read_bytes()
 
