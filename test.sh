@@ -19,7 +19,7 @@ preset() { # NAME: of CMakePresets.json
     ctest --preset "$1" --parallel "$(nproc)"
 }
 x86_64_v3() {
-    if /lib64/ld-linux-x86-64.so.2 --help | grep -q 'x86-64-v3 (supported'; then
+    if /lib64/ld-linux-x86-64.so.2 --help | grep 'x86-64-v3 (supported' >/dev/null; then
         preset x86-64-v3
     else
         echo "Left out: this processor is no x86-64-v3."
