@@ -121,7 +121,7 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
     const auto check = [&](const string &text, int32_t aim) {
         const TEXT_S bytes{reinterpret_cast<const uint8_t *>(text.data()), static_cast<int32_t>(text.size())};
         const plain::Scores exact = scores(bytes.pu8, text.size());
-        for (const size_t candidate : {0, 1, 2, 4, 5, 8, 9, 12, 13}) {
+        for (const size_t candidate : {0u, 1u, 2u, 4u, 5u, 8u, 9u, 12u, 13u}) {
             const int32_t target = aim > 0 ? aim : exact[candidate];
             const TARGET_S goal{target, takeCensus(instance->stControl, bytes)};
             SCORES_S early{};
@@ -142,11 +142,11 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
     for (size_t i = 0; i < heavy.size() * light.size() * 49 * 2; ++i) {
         const string &good = heavy[i % heavy.size()], &poor = light[i / heavy.size() % light.size()];
         const size_t counts = i / heavy.size() / light.size();
-        for (const size_t factor : {1, 150}) {
+        for (const size_t factor : {1u, 150u}) {
             if (factor > 1 && counts % 5 != 0)
                 continue;
-            ASSERT_NO_FATAL_FAILURE(check(repeated(poor, factor * (counts / 7 % 7)) +
-                                              repeated(good, factor * (counts % 7)) + string(counts / 49, '\xFF') + " ",
+            ASSERT_NO_FATAL_FAILURE(check(" " + repeated(poor, factor * (counts / 7 % 7)) +
+                                              repeated(good, factor * (counts % 7)) + string(counts / 49, '\xFF'),
                                           0));
         }
     }
