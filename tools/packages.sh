@@ -30,3 +30,6 @@ TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-t
 ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 ARM64_PACKAGES=(g++-aarch64-linux-gnu qemu-user)
 CLANG_PACKAGES=(clang libclang-rt-14-dev)
+# Players, and a font for all of the samples' scripts.
+PLAYER_PACKAGES=(python3 mpv ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
+    vlc-bin vlc-plugin-base fonts-dejavu-core fonts-wqy-microhei)
