@@ -126,6 +126,15 @@ template <class Vector> ZU_HOT uint8_t *storeShuffled(uint8_t *pu8Output, Vector
     }
 }
 
+// Eight sequences of one byte or two side by side, the last byte lowest.
+ZU_HOT uint8_t *storeInterleaved(uint8_t *pu8Output, VECTOR_U8 vLast, VECTOR_U8 vFirst, uint32_t u32Two) {
+    const auto vLow = __builtin_shufflevector(vLast, vFirst, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23);
+    const auto vHigh =
+        __builtin_shufflevector(vLast, vFirst, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31);
+    pu8Output = s_stPackEight.store(pu8Output, vLow, u32Two & 0xFF);
+    return s_stPackEight.store(pu8Output, vHigh, u32Two >> 8 & 0xFF);
+}
+
 // --- The kernel ---
 
 // What may be written behind the sequences.
@@ -137,6 +146,30 @@ template <class Vector> ZU_HOT uint8_t *storeSequences(uint8_t *pu8Output, Vecto
         return storeShuffled(pu8Output, vUnicode);
     else
         return storePlain(pu8Output, vUnicode);
+}
+
+// Writes the sequences of eight code points from 800 to FFFF, and as many bytes behind them as KERNEL_MARGIN says.
+// Needs shuffles.
+ZU_HOT void storeThreeByteSequences(uint8_t *pu8Output, VECTOR_U16 vUnicode) {
+    constexpr VECTOR_U8 vPlaces = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 3, 3, 3, 3};
+    const VECTOR_U16 vLast = 0x8080 | (vUnicode & 0x3F) | (vUnicode << 2 & 0x3F00);
+    const VECTOR_U16 vFirst = 0xE0 | vUnicode >> 12;
+    const auto vLow = __builtin_shufflevector(vLast, vFirst, 0, 8, 1, 9, 2, 10, 3, 11);
+    const auto vHigh = __builtin_shufflevector(vLast, vFirst, 4, 12, 5, 13, 6, 14, 7, 15);
+    storeAs(pu8Output, shuffled(std::bit_cast<VECTOR_U8>(vLow), vPlaces));
+    storeAs(pu8Output + 12, shuffled(std::bit_cast<VECTOR_U8>(vHigh), vPlaces));
+}
+
+// Writes a sequence of one byte or two for each byte of a single-byte text: the foreign ones take two, vLast and before
+// it vFirst, the others are their own sequences. Needs shuffles.
+ZU_HOT uint8_t *storeOneOrTwo(uint8_t *pu8Output, WIDE_U8 vText, WIDE_MASK vForeign, WIDE_U8 vFirst, WIDE_U8 vLast) {
+    const auto vIsForeign = std::bit_cast<WIDE_U8>(vForeign);
+    const WIDE_U8 vEnd = (vText & ~vIsForeign) | (vLast & vIsForeign);
+    const uint32_t u32Two = bitsOf(vIsForeign);
+    pu8Output = storeInterleaved(pu8Output, lowHalf(vEnd), lowHalf(vFirst), u32Two);
+    if constexpr (WIDE_BYTES > 16)
+        pu8Output = storeInterleaved(pu8Output, highHalf(vEnd), highHalf(vFirst), u32Two >> 16);
+    return pu8Output;
 }
 
 } // namespace zucharset

@@ -13,7 +13,9 @@ namespace {
 constexpr uint8_t kEscape = 0x1B;
 
 uint32_t unitAt(Bytes text, size_t at, bool bigEndian) {
-    return bigEndian ? text[at] << 8u | text[at + 1] : text[at + 1] << 8u | text[at];
+    const uint32_t high = text[bigEndian ? at : at + 1];
+    const uint32_t low = text[bigEndian ? at + 1 : at];
+    return high << 8 | low;
 }
 
 bool isAsciiText(uint32_t unit) { return (unit >= 0x20 && unit < 0x7F) || (unit >= 0x09 && unit <= 0x0D); }

@@ -23,8 +23,8 @@ LARGEST_LEVEL = 15
 # As many pairs in a million follow each letter as letters follow on the whole.
 BACK_OFF = 20
 # What letters cost that a language does not have, above what its own cost as a rule.
-LEAST_RARITY = 8
-LARGEST_RARITY = 12
+LEAST_RARITY = 9.5
+LARGEST_RARITY = 13
 
 
 class Language(NamedTuple):
@@ -76,9 +76,9 @@ ENCODINGS = (
     Encoding("iso8859_5", 7, 1, "N"), Encoding("iso8859_6", 8, 1, "N"),
     Encoding("iso8859_7", 9, 0.3, "N"), Encoding("iso8859_8", 10, 0.5, "N"),
     Encoding("iso8859_9", 11, 0.3, "T"), Encoding("iso8859_10", 12, 4, "B"),
-    Encoding("iso8859_11", 13, 0.5, "N"), Encoding("iso8859_13", 14, 2, "B"),
+    Encoding("iso8859_11", 13, 0.5, "N"), Encoding("iso8859_13", 14, 1.5, "B"),
     Encoding("iso8859_14", 15, 3, "G"), Encoding("iso8859_15", 16, 0.4, "W"),
-    Encoding("iso8859_16", 17, 3, "C"), Encoding("cp1250", 21, 0, "C"),
+    Encoding("iso8859_16", 17, 2, "C"), Encoding("cp1250", 21, 0, "C"),
     Encoding("cp1251", 22, 0, "N"), Encoding("cp1252", 23, 0, "W"), Encoding("cp1253", 24, 0, "N"),
     Encoding("cp1254", 25, 0, "T"), Encoding("cp1255", 26, 0, "N"), Encoding("cp1256", 27, 0, "N"),
     Encoding("cp1257", 28, 0, "B"), Encoding("cp1258", 29, 1, "V"), Encoding("cp874", 30, 0, "N"),
@@ -262,7 +262,7 @@ def rarity():
         for letter in script:
             share = sum(letter_counts(language.code).get(letter, 0) * language.foreign
                         for language in known) / total
-            cost = 3 - math.log(share) if share else 99
+            cost = 4 - math.log(share) if share else 99
             rows.append(round(10 * max(LEAST_RARITY, min(LARGEST_RARITY, cost))))
     return rows
 
