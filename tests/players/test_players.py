@@ -229,11 +229,11 @@ class MpvScript(Players):
         return path
 
     def shows_copy(self, mpv):
-        """Waits until a copy has taken the place of the only subtitles."""
+        """Waits until a copy has taken the place of the only subtitles, and the screen says so."""
         def settled():
             tracks = mpv.subtitles()
-            return len(tracks) == 1 and tracks[0][2] and tracks[0][1].startswith(str(self.private))
-        mpv.wait(settled, "a copy that is shown")
+            return len(tracks) == 1 and tracks[0][2] and tracks[0][1].startswith(str(self.private)) and mpv.said()
+        mpv.wait(settled, "a copy that is shown, and a word of it")
 
     def test_pictures(self):
         for name, (_, encoding, language) in GARBLED.items():
@@ -348,6 +348,7 @@ class MpvScript(Players):
 
     def test_what_mpv_cannot_open(self):
         text = in_utf8("cp1251").decode().encode("utf-16-be")
+        self.write("movie.txt", garbled("cp1251")[30:90])  # no subtitles, and no word of it
         named = self.write("movie.srt", text)
         given = self.write("given.srt", text)
         for arguments, expected in ((["--sub-auto=exact"], "movie.srt: read as UTF-16BE"),
