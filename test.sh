@@ -25,6 +25,11 @@ x86_64_v3() {
         echo "Left out: this processor is no x86-64-v3."
     fi
 }
+players() {
+    cmake --preset release -DZUCHARSET_CLI=ON >/dev/null
+    cmake --build --preset release --target zucharset_cli -- --quiet
+    python3 -B tests/players/test_players.py build/release
+}
 both=("${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}")
 suite release     "as released"                                           "preset release"     "${both[@]}"
 suite x86-64-v3   "as released, for processors with AVX2"                 x86_64_v3            "${both[@]}"
@@ -35,6 +40,7 @@ suite tsan        "under the thread sanitizer, where threads meet"        "prese
 suite arm         "32-bit ARM, emulated"                                  "preset arm"         "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm-neon    "32-bit ARM with NEON, emulated"                        "preset arm-neon"    "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm64       "64-bit ARM, emulated"                                  "preset arm64"       "${both[@]}" "${ARM64_PACKAGES[@]}"
+suite players     "the recipes of docs/players.md, with real players"       players              "${BUILD_PACKAGES[@]}" "${PLAYER_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"

@@ -17,7 +17,7 @@ scratch_debian() { mmdebstrap --quiet "$@" "deb $archive bookworm main"; }
 
 expect_nothing_left() { # FOLDER: no file of ours is in it
     local left
-    left=$(find "$1/usr" \( -iname '*zucharset*' -o -iname '*vemora*' \) -print)
+    left=$(find "$1/usr" "$1/etc" \( -iname '*zucharset*' -o -iname '*vemora*' \) -print)
     [ -z "$left" ] || { echo "error: left behind: $left" >&2; exit 1; }
 }
 
@@ -25,7 +25,7 @@ echo "== amd64: a chroot"
 root=$scratch/amd64
 scratch_debian --variant=minbase --include=libstdc++6 bookworm "$root"
 mkdir "$root/try"
-cp "$packages"/*_amd64.deb "$sample" "$root/try"
+cp "$packages"/*_amd64.deb "$packages"/*_all.deb "$sample" "$root/try"
 inside() { chroot "$root" "$@"; }
 
 echo "without a utility library the library is unpacked but not configured"
@@ -39,6 +39,11 @@ level=
 ! inside /lib64/ld-linux-x86-64.so.2 --help | grep 'x86-64-v3 (supported' >/dev/null || level=glibc-hwcaps/x86-64-v3/
 inside /lib64/ld-linux-x86-64.so.2 --list /usr/bin/zucharset | grep "libzucharset.so => .*/x86_64-linux-gnu/${level}libz"
 inside dpkg --verify zucharset libzucharset1 libzutext1 libzucharset-dev libvemora-utils-standin libvemora-utils-standin-dev
+
+echo "mpv of the package loads the script of the package"
+inside mpv --vo=null --ao=null --untimed --frames=2 --sub-file=/try/gbk.srt \
+    av://lavfi:color=size=320x180:rate=5:duration=10 >"$scratch/log" 2>&1
+grep 'gbk.srt: read as GBK' "$scratch/log"
 
 echo "a player's own utility library takes the place of the stand-in"
 player=$scratch/player
@@ -58,7 +63,7 @@ dpkg-deb --build --root-owner-group "$player" "$root/try/player.deb" >/dev/null
 inside apt-get install -y -qq /try/player.deb >/dev/null 2>&1
 inside dpkg -S libvemora_utils.so | grep '^example-player-utils:'
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
-inside apt-get purge -y -qq example-player-utils zucharset libzucharset1 libzutext1 libzucharset-dev >/dev/null 2>&1
+inside apt-get purge -y -qq example-player-utils zucharset-mpv zucharset libzucharset1 libzutext1 libzucharset-dev >/dev/null 2>&1
 rm -rf "$root/try"
 expect_nothing_left "$root"
 
