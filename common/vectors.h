@@ -64,7 +64,7 @@ ZU_HOT VECTOR_U8 highHalf(VECTOR_U8 vWide) { return vWide; }
 #endif
 constexpr int32_t WIDE_BYTES = sizeof(WIDE_U8);
 
-#if defined(__SSE2__) || defined(__ARM_NEON) || defined(__wasm_simd128__)
+#if (defined(__SSE2__) || defined(__ARM_NEON) || defined(__wasm_simd128__)) && !defined(ZUCHARSET_WITHOUT_VECTORS)
 constexpr bool HAS_VECTORS = true;
 #else
 constexpr bool HAS_VECTORS = false;

@@ -164,9 +164,9 @@ class WordCensus {
             return;
         }
         stFound.bTilde = true;
-        stFound.s32MostWeighty += TEXT_BLOCK;
-        stFound.s32MostCommonLeads += TEXT_BLOCK;
-        stFound.s32MostRareLeads += TEXT_BLOCK;
+        addBlock(stFound.s32MostWeighty);
+        addBlock(stFound.s32MostCommonLeads);
+        addBlock(stFound.s32MostRareLeads);
     }
 
     void addTo(BYTE_CENSUS_S &stCensus) const {
@@ -177,6 +177,9 @@ class WordCensus {
   private:
     using WORD = size_t;
     static constexpr int32_t WORD_BYTES = sizeof(WORD);
+
+    // The last block of the longest text is a byte short, and so is the room for it.
+    static void addBlock(int32_t &s32Bytes) { s32Bytes += std::min(TEXT_BLOCK, INT32_MAX - s32Bytes); }
 
     void countClasses(const uint8_t *pu8Block) {
         using CLASSES = BYTE_CLASSES_S;

@@ -44,7 +44,7 @@ TEST(Stream, PartsGiveTheWhole) {
             whole += piece.out;
         }
         const Handle handle(converterOf(type));
-        const auto check = [&](size_t cut, size_t capacity) {
+        const auto check = [&, type = type](size_t cut, size_t capacity) {
             size_t consumed = 0, written = 0;
             for (const Piece &piece : characters) {
                 if (consumed + piece.in.size() + (piece.awaits ? 1 : 0) > cut || written + piece.out.size() > capacity)
@@ -64,6 +64,20 @@ TEST(Stream, PartsGiveTheWhole) {
             check(cut, 3 * cut);
         for (size_t capacity = text.size(); capacity <= whole.size() + 1; ++capacity)
             check(text.size(), capacity);
+    }
+}
+
+// Well-formed UTF-8 comes out as it went in, wherever a block of it ends.
+TEST(Stream, KeepsSequencesWhole) {
+    const Handle handle(g_stUCS_converter);
+    for (const char *sequence : {"C280", "DFBF", "E08080", "E0B881", "EFBFBF", "F0808080", "F7BFBFBF"}) {
+        for (size_t before = 0; before < 64; ++before) {
+            std::string text(before, 'a');
+            for (int i = 0; i < 80; ++i)
+                text += fromHex(sequence);
+            ASSERT_EQ(handle.convert(2, text + std::string(50, 'z')).output, text + std::string(50, 'z')) << before;
+        }
+        recording::takeLines();
     }
 }
 

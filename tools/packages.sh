@@ -15,13 +15,21 @@ need_packages() {
         fi
         as_root=(sudo)
     fi
-    if ! { "${as_root[@]}" apt-get update -qq && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null; }; then
+    # Several scripts may run at a time: each waits for the other's installation.
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300)
+    if ! { "${apt[@]}" update && "${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null; }; then
         echo "error: could not install ${missing[*]}; install them by hand and start again" >&2
         return 1
     fi
 }
 
-# The packages that a build needs, and those that the tests need besides.
+# The packages that a build needs, and those that its tests need besides.
 BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev)
-TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-tools g++-arm-linux-gnueabihf qemu-user)
+TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-tools)
+# What builds for another architecture, and runs that here.
+ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
+ARM64_PACKAGES=(g++-aarch64-linux-gnu qemu-user)
+CLANG_PACKAGES=(clang libclang-rt-14-dev)
+# Players, and a font for all of the samples' scripts.
+PLAYER_PACKAGES=(python3 mpv ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
+    vlc-bin vlc-plugin-base fonts-dejavu-core fonts-wqy-microhei)
