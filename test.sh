@@ -35,6 +35,8 @@ suite tsan        "under the thread sanitizer, where threads meet"        "prese
 suite arm         "32-bit ARM, emulated"                                  "preset arm"         "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm-neon    "32-bit ARM with NEON, emulated"                        "preset arm-neon"    "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm64       "64-bit ARM, emulated"                                  "preset arm64"       "${both[@]}" "${ARM64_PACKAGES[@]}"
+suite instructions "no more instructions per byte than bench/instructions.csv says" "bench/instructions.py --check" \
+    "${both[@]}" "${ARM_PACKAGES[@]}" "${ARM64_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"
