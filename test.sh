@@ -41,6 +41,8 @@ suite arm         "32-bit ARM, emulated"                                  "prese
 suite arm-neon    "32-bit ARM with NEON, emulated"                        "preset arm-neon"    "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm64       "64-bit ARM, emulated"                                  "preset arm64"       "${both[@]}" "${ARM64_PACKAGES[@]}"
 suite players     "the recipes of docs/players.md, with real players"       players              "${BUILD_PACKAGES[@]}" "${PLAYER_PACKAGES[@]}"
+suite instructions "no more instructions per byte than bench/instructions.csv says" "bench/instructions.py --check" \
+    "${both[@]}" "${ARM_PACKAGES[@]}" "${ARM64_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"
