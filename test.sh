@@ -43,6 +43,7 @@ suite arm64       "64-bit ARM, emulated"                                  "prese
 suite players     "the recipes of docs/players.md, with real players"       players              "${BUILD_PACKAGES[@]}" "${PLAYER_PACKAGES[@]}"
 suite instructions "no more instructions per byte than bench/instructions.csv says" "bench/instructions.py --check" \
     "${both[@]}" "${ARM_PACKAGES[@]}" "${ARM64_PACKAGES[@]}"
+suite python      "the Python package, its wheels and the cluster example"    python/test.sh        "${BUILD_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"
