@@ -78,7 +78,7 @@ typedef struct zutext_encoding {
     const char *name;        /**< "Windows-1251" */
     const char *aliases;     /**< other names, separated by spaces */
     const char *description; /**< what it is for: "Cyrillic" */
-    const char *iconv_name;  /**< what iconv calls it: "CP1251" */
+    const char *iconv_name;  /**< what iconv calls it: "CP1251"; null where it does not know it, ICU's uconv may */
     const char *web_name;    /**< its name in the Encoding Standard of the web, in lower case; null where it has none */
     const char *caveat;      /**< what the library's table lacks; null where it is complete */
 } zutext_encoding;
@@ -211,18 +211,20 @@ ZUTEXT_API int32_t zutext_detect(const uint8_t *bytes, size_t length, const zute
 
 /* ---- What a conversion lost ---- */
 
-/** Kinds of loss. */
+/** Kinds of loss, and one of damage that was mended. */
 enum {
     ZUTEXT_LOSS_REPLACED = 0,  /**< a character without a meaning in the encoding became U+FFFD */
     ZUTEXT_LOSS_DROPPED = 1,   /**< bytes without a meaning were left out */
-    ZUTEXT_LOSS_MALFORMED = 2, /**< not well-formed UTF-8 in the input; became something else */
-    ZUTEXT_LOSS_SURROGATE = 3, /**< half of a surrogate pair alone; became U+FFFD unless ZUTEXT_KEEP_SURROGATES */
-    ZUTEXT_LOSS_MISREAD = 4,   /**< a code of GB18030 that GBK does not have, read as something else */
-    ZUTEXT_LOSS_CUT = 5,       /**< the end of the text cuts off a character; its bytes were left out */
-    ZUTEXT_LOSS_KINDS = 6
+    ZUTEXT_LOSS_MALFORMED = 2, /**< what UTF-8 does not allow became U+FFFD */
+    ZUTEXT_LOSS_SURROGATE =
+        3,                   /**< half of a surrogate pair alone became U+FFFD, or stays with ZUTEXT_KEEP_SURROGATES */
+    ZUTEXT_LOSS_MISREAD = 4, /**< a code that means something else: of GB18030, which GBK does not have, or the euro sign 80 */
+    ZUTEXT_LOSS_CUT = 5,     /**< the end of the text cuts off a character; its bytes were left out */
+    ZUTEXT_MENDED_PAIR = 6,  /**< UTF-8 with a surrogate pair, which became the one character meant: nothing is lost */
+    ZUTEXT_LOSS_KINDS = 7
 };
 
-enum { ZUTEXT_MOST_PLACES = 18, ZUTEXT_PLACES_OF_A_KIND = 3 };
+enum { ZUTEXT_MOST_PLACES = 21, ZUTEXT_PLACES_OF_A_KIND = 3 };
 
 /** Where something was lost. */
 typedef struct zutext_place {

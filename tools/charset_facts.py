@@ -80,6 +80,20 @@ def gbk_table():
     return values + [0] * (GBK_ENTRIES - len(values))
 
 
+def gb18030_pair_ranges():
+    """Runs of pairs, first and last, to which GB18030 gives a character of its own while the GBK
+    table keeps a Private Use code point."""
+    codes = sorted(lead << 8 | trail for lead, trail in gbk_private_use()
+                   if not 0xE000 <= code_point("gb18030", lead, trail) <= 0xF8FF)
+    runs = []
+    for code in codes:
+        if runs and code == runs[-1][1] + 1:
+            runs[-1][1] = code
+        else:
+            runs.append([code, code])
+    return runs
+
+
 # Big5
 
 BIG5_LEADS = range(0xA1, 0xFA)

@@ -1,0 +1,29 @@
+// How often each pair of neighbouring bytes stands in a text.
+#pragma once
+
+#include <cstdint>
+
+#include "reading.h"
+
+namespace zutext {
+
+// Bytes by what a reading tells apart: each high byte, each ASCII letter, and kinds of the rest.
+constexpr int kHighCodes = 128;
+constexpr int kUpperCode = kHighCodes;
+constexpr int kLowerCode = kUpperCode + 26;
+constexpr int kBlankCode = kLowerCode + 26;
+constexpr int kDigitCode = kBlankCode + 1;
+constexpr int kOtherCode = kDigitCode + 1;
+constexpr int kByteCodes = kOtherCode + 1;
+
+constexpr bool isHighCode(int code) { return code < kHighCodes; }
+constexpr bool isAsciiLetter(int code) { return code >= kUpperCode && code < kBlankCode; }
+
+struct BytePairs {
+    uint32_t counts[kByteCodes][kByteCodes];
+};
+
+// Counts the pairs of a text whose table is all zeros. Markup is left out: it says nothing of the text's language.
+void countBytePairs(Bytes text, BytePairs &pairs);
+
+} // namespace zutext

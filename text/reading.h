@@ -1,0 +1,69 @@
+// Which single-byte encoding and language a text reads as: the one in which its letters follow each other best.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace zutext {
+
+using Bytes = std::span<const uint8_t>;
+
+// Encodings that are recognised and named but not converted; the others have their code type of zucharset.h.
+enum RecognisedEncoding : int32_t {
+    kShiftJis = 100,
+    kEucJp = 101,
+    kIso2022Jp = 102,
+    kIso2022Kr = 103,
+    kIso2022Cn = 104,
+    kHz = 105,
+    kGb18030 = 106,
+    kKoi8R = 107,
+    kKoi8U = 108,
+    kCp866 = 109,
+    kCp437 = 110,
+    kCp850 = 111,
+    kCp852 = 112,
+    kMacCyrillic = 113,
+    kUtf32Le = 114,
+    kUtf32Be = 115,
+};
+
+struct Reading {
+    int32_t encoding;
+    int32_t language; // index in languages(), -1 none
+    int32_t cost;     // hundredths of a nat: whole numbers, so that every target gives the same
+};
+
+// What is likelier than usual. A hint is a prior and not a veto.
+struct ReadingHints {
+    uint64_t encodings; // bit singleByteIndex()
+    uint64_t languages; // bit i: language i
+};
+
+struct Readings {
+    int32_t count;
+    Reading rows[16]; // the best first
+};
+
+// A margin from which on the first reading is sure.
+constexpr int32_t kSureMargin = 400;
+
+// Reads a text as each single-byte encoding. Of encodings that give the same text only the likeliest is listed. One
+// that is not converted comes first only by kSureMargin. Costs of the first encodings are exact, those far behind are
+// at least what is said. False: no memory.
+bool readSingleByte(Bytes text, const ReadingHints &hints, Readings &readings);
+
+struct LanguageInfo {
+    const char *code; // "ru", "sr-Latn"
+    const char *name; // "Russian"
+};
+
+std::span<const LanguageInfo> languages();
+
+// Index of a single-byte encoding in the hints, -1 for any other.
+int32_t singleByteIndex(int32_t encoding);
+
+// The code point of a byte, 0xFFFD where there is none; for single-byte encodings.
+uint16_t codePointOf(int32_t encoding, uint8_t byte);
+
+} // namespace zutext
