@@ -37,14 +37,20 @@ constexpr Format kFormats[] = {
     {0, "BM\x00"sv, "a bitmap image"},
     {0, "II*\x00"sv, "a TIFF image"},
     {0, "MM\x00*"sv, "a TIFF image"},
-    {0, "\x7F" "ELF"sv, "a program (ELF)"},
+    {0,
+     "\x7F"
+     "ELF"sv,
+     "a program (ELF)"},
     {0, "MZ\x90\x00"sv, "a program (Windows)"},
     {0, "PK\x03\x04"sv, "a zip archive or a document made of one"},
     {0, "Rar!\x1A\x07"sv, "a rar archive"},
     {0, "7z\xBC\xAF\x27\x1C"sv, "a 7z archive"},
     {0, "\x1F\x8B\x08"sv, "gzip data"},
     {0, "BZh9"sv, "bzip2 data"},
-    {0, "\xFD" "7zXZ\x00"sv, "xz data"},
+    {0,
+     "\xFD"
+     "7zXZ\x00"sv,
+     "xz data"},
     {0, "\x28\xB5\x2F\xFD"sv, "zstd data"},
     {257, "ustar"sv, "a tar archive"},
     {0, "%PDF-"sv, "a PDF document"},
@@ -53,7 +59,10 @@ constexpr Format kFormats[] = {
     {0, "\x00\x01\x00\x00\x00"sv, "a TrueType font"},
     {0, "OTTO\x00"sv, "an OpenType font"},
     {0, "wOF2"sv, "a web font"},
-    {0, "\x00" "asm"sv, "a WebAssembly module"},
+    {0,
+     "\x00"
+     "asm"sv,
+     "a WebAssembly module"},
 };
 
 bool matches(Bytes start, const Format &format) {
@@ -62,15 +71,13 @@ bool matches(Bytes start, const Format &format) {
 }
 
 // Tab, line ends and other movements of the carriage, the escape and shifts of 7-bit encodings, the old end of file.
-constexpr bool isTextControl(uint8_t byte) {
-    return (byte >= 0x08 && byte <= 0x0F) || byte == 0x1A || byte == 0x1B;
-}
+constexpr bool isTextControl(uint8_t byte) { return (byte >= 0x08 && byte <= 0x0F) || byte == 0x1A || byte == 0x1B; }
 
 } // namespace
 
 const char *formatOf(Bytes start) {
-    const auto *found =
-        std::find_if(std::begin(kFormats), std::end(kFormats), [start](const Format &each) { return matches(start, each); });
+    const auto *found = std::find_if(std::begin(kFormats), std::end(kFormats),
+                                     [start](const Format &each) { return matches(start, each); });
     return found == std::end(kFormats) ? nullptr : found->what;
 }
 
@@ -91,7 +98,8 @@ ByteShares countShares(Bytes text) {
 }
 
 bool hasStrayControl(Bytes text) {
-    return std::any_of(text.begin(), text.end(), [](uint8_t byte) { return byte < 0x20 && (byte < 0x09 || byte > 0x0D); });
+    return std::any_of(text.begin(), text.end(),
+                       [](uint8_t byte) { return byte < 0x20 && (byte < 0x09 || byte > 0x0D); });
 }
 
 bool isBinary(const ByteShares &shares) {

@@ -231,7 +231,8 @@ int32_t Conversion::convertBytes(Bytes block, bool last, Buffer &output, size_t 
     if (const int32_t result = m_converter.convert(whole, output, consumed); result != ZUTEXT_OK) {
         return result;
     }
-    return m_losses.inspect(m_encoding, m_account.input_bytes, block.first(consumed), output.bytes().subspan(start), m_account);
+    return m_losses.inspect(m_encoding, m_account.input_bytes, block.first(consumed), output.bytes().subspan(start),
+                            m_account);
 }
 
 // Converts a text without a character that is cut off.

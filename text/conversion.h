@@ -11,7 +11,7 @@ namespace zutext {
 
 class Conversion {
   public:
-    Conversion() = default;
+    Conversion() { m_account.complete = m_account.well_formed = 1; }
     Conversion(const Conversion &) = delete;
     Conversion &operator=(const Conversion &) = delete;
 
@@ -48,7 +48,7 @@ class Conversion {
     Buffer m_held; // the start of a character whose end has not come yet
     bool m_begun = false;
     bool m_cancelled = false;
-    zutext_account m_account = {.complete = 1, .well_formed = 1};
+    zutext_account m_account = {};
 };
 
 } // namespace zutext

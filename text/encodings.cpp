@@ -1,6 +1,6 @@
 #include "encodings.h"
 
-#include "reading.h"
+#include "languages.h"
 #include "zucharset.h"
 
 #include <algorithm>
@@ -28,16 +28,16 @@ constexpr zutext_encoding kEncodings[] = {
      "utf-8", nullptr},
     {3, kQuietPage, "ISO-8859-1", "latin1 l1 8859-1 iso-ir-100 cp28591", "Western European", "ISO-8859-1", nullptr,
      nullptr},
-    {4, kQuietPage, "ISO-8859-2", "latin2 l2 8859-2 iso-ir-101 cp28592", "Central European", "ISO-8859-2",
-     "iso-8859-2", nullptr},
+    {4, kQuietPage, "ISO-8859-2", "latin2 l2 8859-2 iso-ir-101 cp28592", "Central European", "ISO-8859-2", "iso-8859-2",
+     nullptr},
     {5, kPage, "ISO-8859-3", "latin3 l3 8859-3 iso-ir-109 cp28593", "South European, Maltese", "ISO-8859-3",
      "iso-8859-3", nullptr},
     {6, kQuietPage, "ISO-8859-4", "latin4 l4 8859-4 iso-ir-110 cp28594", "North European", "ISO-8859-4", "iso-8859-4",
      nullptr},
     {7, kQuietPage, "ISO-8859-5", "cyrillic 8859-5 iso-ir-144 cp28595", "Cyrillic", "ISO-8859-5", "iso-8859-5",
      nullptr},
-    {8, kPage, "ISO-8859-6", "arabic 8859-6 asmo-708 ecma-114 iso-ir-127 cp28596", "Arabic", "ISO-8859-6",
-     "iso-8859-6", nullptr},
+    {8, kPage, "ISO-8859-6", "arabic 8859-6 asmo-708 ecma-114 iso-ir-127 cp28596", "Arabic", "ISO-8859-6", "iso-8859-6",
+     nullptr},
     {9, kPage, "ISO-8859-7", "greek 8859-7 elot-928 ecma-118 iso-ir-126 cp28597", "Greek", "ISO-8859-7", "iso-8859-7",
      nullptr},
     {10, kPage, "ISO-8859-8", "hebrew 8859-8 iso-ir-138 iso-8859-8-i cp28598", "Hebrew", "ISO-8859-8", "iso-8859-8",
@@ -51,8 +51,8 @@ constexpr zutext_encoding kEncodings[] = {
      nullptr},
     {16, kQuietPage, "ISO-8859-15", "latin9 l9 8859-15 latin0 iso-ir-203 cp28605", "Western European with euro",
      "ISO-8859-15", "iso-8859-15", nullptr},
-    {17, kPage, "ISO-8859-16", "latin10 l10 8859-16 iso-ir-226", "South-Eastern European", "ISO-8859-16",
-     "iso-8859-16", nullptr},
+    {17, kPage, "ISO-8859-16", "latin10 l10 8859-16 iso-ir-226", "South-Eastern European", "ISO-8859-16", "iso-8859-16",
+     nullptr},
     {18, kUnicode, "UTF-16LE", "utf-16 ucs-2 unicode ucs-2le ucs16le unicodelittle cp1200 1200",
      "Unicode, little endian", "UTF-16LE", "utf-16le", nullptr},
     {19, kUnicode, "UTF-16BE", "ucs-2be ucs16be unicodebig cp1201 1201", "Unicode, big endian", "UTF-16BE", "utf-16be",

@@ -2,11 +2,11 @@
 
 #include "binary.h"
 #include "charset_handle.h"
-#include "double_byte.h"
 #include "encodings.h"
 #include "languages.h"
 #include "reading.h"
 #include "well_formed.h"
+#include "wide_encodings.h"
 #include "wide_forms.h"
 
 #include <climits>
@@ -124,8 +124,9 @@ Utf8Shares countUtf8(Bytes text) {
     Utf8Shares shares;
     while (!text.empty()) {
         const size_t length = wellFormedLength(text);
-        shares.characters += static_cast<size_t>(
-            std::count_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length), [](uint8_t byte) { return byte >= 0xC0; }));
+        shares.characters +=
+            static_cast<size_t>(std::count_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length),
+                                              [](uint8_t byte) { return byte >= 0xC0; }));
         text = text.subspan(length);
         if (text.empty()) {
             break;
@@ -253,7 +254,8 @@ class LetterJudge {
             add(row.encoding, language, std::max<int64_t>(row.cost, i == 0 ? 0 : readings.rows[0].cost), wide ? 1 : 0);
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            const bool near = m_wideCosts[i] != kNoCost && m_wideCosts[i] < int64_t{3} * std::max(1, readings.rows[0].cost);
+            const bool near =
+                m_wideCosts[i] != kNoCost && m_wideCosts[i] < int64_t{3} * std::max(1, readings.rows[0].cost);
             if (i != chosen && near) {
                 add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i], 1);
             }

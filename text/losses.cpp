@@ -17,9 +17,7 @@ constexpr size_t kFourByteCode = 4;
 
 std::string_view asText(Bytes bytes) { return {reinterpret_cast<const char *>(bytes.data()), bytes.size()}; }
 
-bool hasReplacement(Bytes output) {
-    return asText(output).find(asText(Bytes(kReplacement))) != std::string_view::npos;
-}
+bool hasReplacement(Bytes output) { return asText(output).find(asText(Bytes(kReplacement))) != std::string_view::npos; }
 
 // U+E000 to U+F8FF: EE 80 80 to EF A3 BF.
 bool hasPrivateUse(Bytes output) {
@@ -30,7 +28,8 @@ bool hasPrivateUse(Bytes output) {
 }
 
 size_t countCharacters(Bytes output) {
-    return static_cast<size_t>(std::count_if(output.begin(), output.end(), [](uint8_t byte) { return (byte & 0xC0) != 0x80; }));
+    return static_cast<size_t>(
+        std::count_if(output.begin(), output.end(), [](uint8_t byte) { return (byte & 0xC0) != 0x80; }));
 }
 
 // Bytes that stand for nothing anywhere in the double-byte encodings: they are dropped without a trace in the output.
@@ -46,7 +45,8 @@ constexpr bool isDigit(uint8_t byte) { return byte >= '0' && byte <= '9'; }
 
 // A four-byte code of GB18030: two leads, each with a digit, which no other use of GBK has side by side.
 bool isFourByteCode(Bytes text) {
-    return text.size() >= kFourByteCode && isGbLead(text[0]) && isDigit(text[1]) && isGbLead(text[2]) && isDigit(text[3]);
+    return text.size() >= kFourByteCode && isGbLead(text[0]) && isDigit(text[1]) && isGbLead(text[2]) &&
+           isDigit(text[3]);
 }
 
 // A code that means another character in GB18030; the single 80, the euro sign of code page 936, with them.
@@ -70,7 +70,8 @@ bool isSuspicious(int32_t codeType, Bytes input, Bytes output) {
         return countCharacters(output) != input.size();
     }
     // A byte that is dropped leaves its neighbours: every character but ASCII takes two bytes.
-    const size_t wide = static_cast<size_t>(std::count_if(output.begin(), output.end(), [](uint8_t byte) { return byte >= 0xC0; }));
+    const size_t wide =
+        static_cast<size_t>(std::count_if(output.begin(), output.end(), [](uint8_t byte) { return byte >= 0xC0; }));
     return countCharacters(output) + wide != input.size() || hasUnusedByte(codeType, input) ||
            (codeType == ZU_CHARSET_CODETYPE_GBK && hasPrivateUse(output));
 }
@@ -118,7 +119,8 @@ int32_t LossFinder::inspectBlock(size_t from, size_t to, Bytes input, uint64_t o
         size_t consumed = 0;
         m_output.clear();
         for (size_t size = 1; size <= std::min(kLongestCharacter, input.size() - at) && consumed == 0; ++size) {
-            if (const int32_t result = m_converter.convert(input.subspan(at, size), m_output, consumed); result != ZUTEXT_OK) {
+            if (const int32_t result = m_converter.convert(input.subspan(at, size), m_output, consumed);
+                result != ZUTEXT_OK) {
                 return result;
             }
         }

@@ -11,7 +11,8 @@ namespace zutext {
 class LossFinder {
   public:
     // A ZUTEXT result. `output` is what `input`, which starts at `offset`, was converted to.
-    [[nodiscard]] int32_t inspect(int32_t codeType, uint64_t offset, Bytes input, Bytes output, zutext_account &account);
+    [[nodiscard]] int32_t inspect(int32_t codeType, uint64_t offset, Bytes input, Bytes output,
+                                  zutext_account &account);
 
   private:
     [[nodiscard]] int32_t inspectBlock(size_t from, size_t to, Bytes input, uint64_t offset, zutext_account &account);
@@ -21,8 +22,8 @@ class LossFinder {
     Buffer m_output;
 };
 
-// Bytes at the end of a piece that may be part of a code whose rest is in the next piece: they must be held back, or the
-// code would not be seen whole. The converters hold back no more than the first byte of a pair.
+// Bytes at the end of a piece that may be part of a code whose rest is in the next piece: they must be held back, or
+// the code would not be seen whole. The converters hold back no more than the first byte of a pair.
 size_t openEnd(int32_t codeType, Bytes piece);
 
 } // namespace zutext

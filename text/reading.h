@@ -1,32 +1,10 @@
 // Which single-byte encoding and language a text reads as: the one in which its letters follow each other best.
 #pragma once
 
-#include <cstdint>
-#include <span>
+#include "buffer.h"
+#include "encodings.h"
 
 namespace zutext {
-
-using Bytes = std::span<const uint8_t>;
-
-// Encodings that are recognised and named but not converted; the others have their code type of zucharset.h.
-enum RecognisedEncoding : int32_t {
-    kShiftJis = 100,
-    kEucJp = 101,
-    kIso2022Jp = 102,
-    kIso2022Kr = 103,
-    kIso2022Cn = 104,
-    kHz = 105,
-    kGb18030 = 106,
-    kKoi8R = 107,
-    kKoi8U = 108,
-    kCp866 = 109,
-    kCp437 = 110,
-    kCp850 = 111,
-    kCp852 = 112,
-    kMacCyrillic = 113,
-    kUtf32Le = 114,
-    kUtf32Be = 115,
-};
 
 struct Reading {
     int32_t encoding;

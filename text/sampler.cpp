@@ -25,14 +25,16 @@ size_t findTelling(Bytes text, size_t from, size_t to) {
             std::memcpy(&word, text.data() + at, sizeof word);
         }
         // A subtraction borrows from the high bit of a byte that is zero, and of no byte before the first such one.
-        const uint64_t telling = word | (word - kEach) | ((word ^ kEach * kEscape) - kEach) | ((word ^ kEach * '~') - kEach);
+        const uint64_t telling =
+            word | (word - kEach) | ((word ^ kEach * kEscape) - kEach) | ((word ^ kEach * '~') - kEach);
         if ((telling & kEach * 0x80) == 0) {
             at += sizeof word;
             continue;
         }
         for (const size_t end = std::min(at + sizeof word, to); at < end; ++at) {
             const uint8_t byte = text[at];
-            if (byte >= 0x80 || byte == 0 || ((byte == kEscape || byte == '~') && startsSevenBitForm(text.subspan(at)))) {
+            if (byte >= 0x80 || byte == 0 ||
+                ((byte == kEscape || byte == '~') && startsSevenBitForm(text.subspan(at)))) {
                 return at;
             }
         }

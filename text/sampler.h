@@ -1,4 +1,5 @@
-// Chooses the part of a text that it is judged by, in the same way whether the text is there at once or comes in pieces.
+// Chooses the part of a text that it is judged by, in the same way whether the text is there at once or comes in
+// pieces.
 #pragma once
 
 #include "judge.h"
@@ -13,8 +14,8 @@ class Sampler {
         judged // the verdict stands
     };
 
-    // Looks at what is held of a text, which starts at an offset, a multiple of four; `last` tells that no more follows.
-    // A ZUTEXT result.
+    // Looks at what is held of a text, which starts at an offset, a multiple of four; `last` tells that no more
+    // follows. A ZUTEXT result.
     [[nodiscard]] int32_t advance(const Settings &settings, Bytes held, uint64_t offset, bool last, Next &next,
                                   zutext_verdict &verdict);
 

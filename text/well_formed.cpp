@@ -62,7 +62,8 @@ Utf8Step surrogateStep(Bytes text) {
     if (first && isHalf(next, 0xB0, 0xBF)) {
         return {Form::pair, 2 * kHalf};
     }
-    const bool mayFollow = next.empty() || (next[0] == 0xED && (next.size() == 1 || (next.size() == 2 && next[1] >= 0xB0)));
+    const bool mayFollow =
+        next.empty() || (next[0] == 0xED && (next.size() == 1 || (next.size() == 2 && next[1] >= 0xB0)));
     if (first && mayFollow) {
         return {Form::cut, static_cast<uint8_t>(text.size())};
     }

@@ -1,8 +1,8 @@
 // A text that is there as a whole.
+#include "whole_text.h"
 #include "conversion.h"
 #include "memory.h"
 #include "sampler.h"
-#include "whole_text.h"
 
 namespace zutext {
 

@@ -15,8 +15,11 @@ struct WideEncoding {
 };
 
 inline constexpr WideEncoding kWideEncodings[] = {
-    {ZU_CHARSET_CODETYPE_GBK, "zh"}, {ZU_CHARSET_CODETYPE_BIG5, "zh"}, {ZU_CHARSET_CODETYPE_CP949, "ko"},
-    {kShiftJis, "ja"},               {kEucJp, "ja"},
+    {ZU_CHARSET_CODETYPE_GBK, "zh"},
+    {ZU_CHARSET_CODETYPE_BIG5, "zh"},
+    {ZU_CHARSET_CODETYPE_CP949, "ko"},
+    {kShiftJis, "ja"},
+    {kEucJp, "ja"},
 };
 inline constexpr size_t kWideCount = std::size(kWideEncodings);
 

@@ -73,7 +73,8 @@ bool isHzRun(Bytes text) {
         return false;
     }
     size_t at = 2;
-    while (at + 1 < text.size() && text[at] >= 0x21 && text[at] <= 0x77 && text[at + 1] >= 0x21 && text[at + 1] <= 0x7E) {
+    while (at + 1 < text.size() && text[at] >= 0x21 && text[at] <= 0x77 && text[at + 1] >= 0x21 &&
+           text[at + 1] <= 0x7E) {
         at += 2;
     }
     return at > 2 && at + 1 < text.size() && text[at] == '~' && text[at + 1] == '}';
@@ -87,7 +88,8 @@ int32_t escapeAt(Bytes text) {
         return 0;
     }
     for (const Escape &escape : kEscapes) {
-        if (text.size() >= escape.bytes.size() && std::memcmp(text.data(), escape.bytes.data(), escape.bytes.size()) == 0) {
+        if (text.size() >= escape.bytes.size() &&
+            std::memcmp(text.data(), escape.bytes.data(), escape.bytes.size()) == 0) {
             return escape.encoding;
         }
     }
@@ -105,7 +107,8 @@ Utf16Units countUnits(Bytes text, bool bigEndian) {
         if (isAsciiText(unit)) {
             ++units.ascii;
         } else if (unit >= 0xD800 && unit <= 0xDFFF) {
-            const bool paired = unit < 0xDC00 && at + 4 <= text.size() && (unitAt(text, at + 2, bigEndian) & 0xFC00) == 0xDC00;
+            const bool paired =
+                unit < 0xDC00 && at + 4 <= text.size() && (unitAt(text, at + 2, bigEndian) & 0xFC00) == 0xDC00;
             units.wrong += paired ? 0 : 1;
             if (paired) {
                 scripts[0] += 2;
@@ -118,7 +121,7 @@ Utf16Units countUnits(Bytes text, bool bigEndian) {
             ++scripts[scriptOf(unit)];
         }
     }
-    std::sort(scripts.begin() + 1, scripts.end(), std::greater<>());
+    std::sort(scripts.begin() + 1, scripts.end(), [](uint32_t a, uint32_t b) { return a > b; });
     units.letters = scripts[0] + scripts[1] + scripts[2];
     return units;
 }
@@ -129,7 +132,8 @@ bool isPlausibleUtf16(Bytes text, bool bigEndian) {
 }
 
 int32_t wideFormOf(Bytes text) {
-    // Which of four bytes the zeros are in tells the form: of ASCII every high byte, of other letters still the spaces'.
+    // Which of four bytes the zeros are in tells the form: of ASCII every high byte, of other letters still the
+    // spaces'.
     std::array<size_t, 4> zeros{};
     for (size_t at = 0; at < text.size(); ++at) {
         zeros[at % 4] += text[at] == 0 ? 1 : 0;
