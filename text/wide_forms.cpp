@@ -13,7 +13,8 @@ namespace {
 constexpr uint8_t kEscape = 0x1B;
 
 uint32_t unitAt(Bytes text, size_t at, bool bigEndian) {
-    return bigEndian ? text[at] << 8u | text[at + 1] : text[at + 1] << 8u | text[at];
+    const uint32_t first = text[at], second = text[at + 1];
+    return bigEndian ? first << 8u | second : second << 8u | first;
 }
 
 bool isAsciiText(uint32_t unit) { return (unit >= 0x20 && unit < 0x7F) || (unit >= 0x09 && unit <= 0x0D); }

@@ -1,5 +1,6 @@
 // Tells the JavaScript side where the members of the structures of zutext.h stand in memory, and its constants. Made by
-// the compiler from the header itself, so that the two sides cannot drift apart: a member that is gone fails to compile.
+// the compiler from the header itself, so that the two sides cannot drift apart: a member that is gone fails to
+// compile.
 #include "zutext.h"
 
 // What a member is, as a letter.
@@ -142,6 +143,7 @@ static const row rows[] = {
     CONSTANT(LOSS_SURROGATE),
     CONSTANT(LOSS_MISREAD),
     CONSTANT(LOSS_CUT),
+    {"LOSS_MENDED", ZUTEXT_MENDED_PAIR, '='},
     CONSTANT(LOSS_KINDS),
     CONSTANT(SCORES),
     CONSTANT(TESTS),

@@ -83,15 +83,15 @@ export { CharsetError, ConversionStream, Converter };
 /**
  * Kinds of loss: `replaced` became U+FFFD, `dropped` bytes were left out, `malformed` was no well-formed UTF-8,
  * `surrogate` was half of a pair, `misread` was a code that only GB18030 has, `cut` is a character that the end of the
- * text cuts off.
- * @typedef {'replaced' | 'dropped' | 'malformed' | 'surrogate' | 'misread' | 'cut'} LossKind
+ * text cuts off. `mended` is none: a surrogate pair in UTF-8 became the character that was meant.
+ * @typedef {'replaced' | 'dropped' | 'malformed' | 'surrogate' | 'misread' | 'cut' | 'mended'} LossKind
  */
 
 /**
  * What a conversion lost.
  * @typedef {object} Losses
  * @property {boolean} lost whether any of the text is gone
- * @property {number} count of all losses
+ * @property {number} count of all losses, what was mended not among them
  * @property {Record<LossKind, number>} kinds how often, by kind
  * @property {Place[]} places the first three of each kind
  * @property {boolean} complete whether all were counted; else the counts are lower bounds

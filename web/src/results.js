@@ -79,11 +79,12 @@ export function account(module, address) {
     const facts = module.read('account', address);
     const places = module.readArray('place', address + module.offset('account', 'places'), facts.placeCount);
     const kindOf = (/** @type {number} */ kind) => /** @type {LossKind} */ (module.nameOf('LOSS_', kind));
+    const kinds = /** @type {Record<LossKind, number>} */ (Object.fromEntries(
+        facts.losses.map((/** @type {number} */ count, /** @type {number} */ kind) => [kindOf(kind), count])));
     return {
         lost: facts.textLost !== 0,
-        count: facts.losses.reduce((/** @type {number} */ sum, /** @type {number} */ count) => sum + count, 0),
-        kinds: /** @type {Record<LossKind, number>} */ (Object.fromEntries(
-            facts.losses.map((/** @type {number} */ count, /** @type {number} */ kind) => [kindOf(kind), count]))),
+        count: Object.values(kinds).reduce((sum, count) => sum + count, 0) - kinds.mended,
+        kinds,
         places: places.map((place) => ({
             offset: place.offset,
             kind: kindOf(place.kind),
