@@ -218,7 +218,7 @@ enum {
     ZUTEXT_LOSS_MALFORMED = 2, /**< what UTF-8 does not allow became U+FFFD */
     ZUTEXT_LOSS_SURROGATE =
         3,                   /**< half of a surrogate pair alone became U+FFFD, or stays with ZUTEXT_KEEP_SURROGATES */
-    ZUTEXT_LOSS_MISREAD = 4, /**< a code that means something else: of GB18030, which GBK does not have, or the euro sign 80 */
+    ZUTEXT_LOSS_MISREAD = 4, /**< a code that others read otherwise: of GB18030 in GBK, or a single 80 (often €) */
     ZUTEXT_LOSS_CUT = 5,     /**< the end of the text cuts off a character; its bytes were left out */
     ZUTEXT_MENDED_PAIR = 6,  /**< UTF-8 with a surrogate pair, which became the one character meant: nothing is lost */
     ZUTEXT_LOSS_KINDS = 7

@@ -19,8 +19,11 @@ constexpr int kByteCodes = kOtherCode + 1;
 constexpr bool isHighCode(int code) { return code < kHighCodes; }
 constexpr bool isAsciiLetter(int code) { return code >= kUpperCode && code < kBlankCode; }
 
+// Rows end in unused columns, so that they may be gone through by stretches.
+constexpr int kPairColumns = (kByteCodes + 15) / 16 * 16;
+
 struct BytePairs {
-    uint32_t counts[kByteCodes][kByteCodes];
+    uint32_t counts[kByteCodes][kPairColumns];
 };
 
 // Counts the pairs of a text whose table is all zeros. Markup is left out: it says nothing of the text's language.

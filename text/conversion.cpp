@@ -10,8 +10,6 @@ namespace {
 
 using Form = Utf8Step::Form;
 
-constexpr uint8_t kHalf = 3; // bytes of a surrogate in the form of UTF-8
-constexpr uint8_t kHalfLead = 0xED;
 constexpr uint8_t kMark[] = {0xEF, 0xBB, 0xBF};
 constexpr uint8_t kSwappedMark[] = {0xEF, 0xBF, 0xBE}; // U+FFFE: the other byte order
 
@@ -140,11 +138,10 @@ int32_t Conversion::convertUtf8(Bytes block, bool last, Buffer &output, size_t &
         const Bytes bad = rest.subspan(length);
         Utf8Step step = stepThrough(bad);
         if (step.form == Form::cut) {
-            const bool half = step.length >= kHalf && bad[0] == kHalfLead;
-            if (!last || !half) {
+            step = last ? atEnd(step, bad) : step;
+            if (step.form == Form::cut) {
                 break;
             }
-            step = {Form::surrogate, kHalf};
         }
         noteStep(step, bad, m_account.input_bytes + consumed);
         if (step.form == Form::pair ? !output.append(joinPair(bad).bytes) : !output.append(kReplacement)) {

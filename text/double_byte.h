@@ -1,6 +1,17 @@
+// How well a text reads in an East Asian encoding, on the scale of the single-byte readings.
 #pragma once
-#include "buffer.h"
+
+#include <cstdint>
+
+#include "reading.h"
+
 namespace zutext {
-inline constexpr int64_t kNoCost = INT64_MAX;
-inline int64_t wideCost(int32_t, Bytes) { return kNoCost; }
+
+// Cost of a text, in hundredths of a nat, as Big5, GBK or code page 949 (by code type), Shift_JIS or EUC-JP. Of a long
+// text the start is read and the rest taken for alike. False: no memory, or another encoding.
+bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost);
+
+// Is a double-byte reading to be believed, given the cost of the best single-byte one?
+bool isBelievable(int32_t doubleByteCost, int32_t singleByteCost);
+
 } // namespace zutext

@@ -22,8 +22,8 @@ constexpr uint32_t kNameOnly = 0;
 
 constexpr zutext_encoding kEncodings[] = {
     {1, kWide, "Big5", "cp950 ms950 windows-950 950 big-five cn-big5", "Chinese, traditional", "BIG5", "big5",
-     "of code page 950 it lacks the rows C6A1 to C8FE and F9D6 to F9FE, the euro sign A3E1 and seven symbols of row A1 "
-     "and A2"},
+     "of code page 950 it lacks the euro sign A3E1, the rows from F9D6 on, and A15A, A1C3, A1C5, A1FE, A240, A2CC, "
+     "A2CE"},
     {2, kUnicode, "UTF-8", "u8 unicode-1-1-utf-8 cp65001 65001 ascii us-ascii", "Unicode, plain ASCII", "UTF-8",
      "utf-8", nullptr},
     {3, kQuietPage, "ISO-8859-1", "latin1 l1 8859-1 iso-ir-100 cp28591", "Western European", "ISO-8859-1", nullptr,

@@ -167,6 +167,7 @@ bool decideUtf8(const Sample &sample, zutext_verdict &verdict) {
 constexpr int64_t kClaimStands = 120;
 constexpr int64_t kClaimSure = 64;
 constexpr int64_t kHintWeight = 150;
+constexpr int64_t kNoCost = INT64_MAX; // not weighed
 
 class LetterJudge {
   public:
@@ -180,7 +181,13 @@ class LetterJudge {
             return ZUTEXT_ERROR_MEMORY;
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            m_wideCosts[i] = wideCost(kWideEncodings[i].encoding, m_text);
+            const int32_t encoding = kWideEncodings[i].encoding;
+            const bool wanted = m_vote == 0 || m_vote == encoding || (m_settings.wideHints >> i & 1) != 0;
+            int32_t cost = 0;
+            if (wanted && !readDoubleByte(m_text, encoding, cost)) {
+                return ZUTEXT_ERROR_MEMORY;
+            }
+            m_wideCosts[i] = wanted ? cost : kNoCost;
         }
         decideBy(plain, 0, verdict);
         if (m_settings.hinted()) {

@@ -49,10 +49,10 @@ bool isFourByteCode(Bytes text) {
            isDigit(text[3]);
 }
 
-// A code that means another character in GB18030; the single 80, the euro sign of code page 936, with them.
-bool isMisread(Bytes character) {
+// A pair that means another character in GB18030.
+bool isGb18030Pair(Bytes character) {
     if (character.size() != 2) {
-        return character[0] == 0x80;
+        return false;
     }
     const uint32_t pair = uint32_t{character[0]} << 8u | character[1];
     bool found = false;
@@ -111,6 +111,7 @@ int32_t LossFinder::inspect(int32_t codeType, uint64_t offset, Bytes input, Byte
 int32_t LossFinder::inspectBlock(size_t from, size_t to, Bytes input, uint64_t offset, zutext_account &account) {
     for (size_t at = from; at < to;) {
         const bool gbk = m_codeType == ZU_CHARSET_CODETYPE_GBK;
+        const bool wide = !hasTrait(m_codeType, ZUTEXT_SINGLE_BYTE);
         if (gbk && isFourByteCode(input.subspan(at))) {
             noteLoss(account, ZUTEXT_LOSS_MISREAD, offset + at, input.subspan(at, kFourByteCode));
             at += kFourByteCode;
@@ -132,7 +133,9 @@ int32_t LossFinder::inspectBlock(size_t from, size_t to, Bytes input, uint64_t o
             noteLoss(account, ZUTEXT_LOSS_DROPPED, offset + at, character);
         } else if (hasReplacement(m_output.bytes())) {
             noteLoss(account, ZUTEXT_LOSS_REPLACED, offset + at, character);
-        } else if (gbk && isMisread(character)) {
+        } else if ((gbk && isGb18030Pair(character)) || (wide && consumed == 1 && character[0] >= 0x80)) {
+            // A single high byte is the euro sign on some systems and nothing on others; the tables make it a
+            // character.
             noteLoss(account, ZUTEXT_LOSS_MISREAD, offset + at, character);
         }
         at += consumed;
@@ -145,6 +148,9 @@ size_t openEnd(int32_t codeType, Bytes piece) {
         return 0;
     }
     const size_t size = piece.size();
+    if (size >= kFourByteCode && isFourByteCode(piece.subspan(size - kFourByteCode))) {
+        return 0;
+    }
     if (size >= 3 && isGbLead(piece[size - 3]) && isDigit(piece[size - 2]) && isGbLead(piece[size - 1])) {
         return 3;
     }

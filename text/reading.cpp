@@ -1,48 +1,34 @@
 #include "reading.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
-#include <string_view>
 
-#include "byte_pairs.h"
-#include "tables/reading_tables.h"
+#include "reading_costs.h"
 
 namespace zutext {
 namespace {
 
-// Costs in hundredths of a nat.
-constexpr int32_t kPairStep = 60;
-constexpr int32_t kForeignLetter = 1200; // a letter of another script than the language's
-constexpr int32_t kForeignAscii = 300;   // an ASCII letter in a language that does not use them
-constexpr int32_t kMixedWord = 700;      // two scripts in one word
-constexpr int32_t kAfterOutside = 200;   // a word's end after a letter that the language lacks
-constexpr int32_t kUpperAfterLower = 700;
-constexpr int32_t kUpperFirst = 160;
-constexpr int32_t kUpperAfterUpper = 80;
 constexpr int32_t kHint = 800;
+constexpr int32_t kUnusual = 250;       // an encoding that has the letters of a language, but is not used for it
 constexpr int32_t kRunAmongWords = 450; // of a script that is not Latin, among words in ASCII
+// How much ASCII letters count for the language of a Latin text, and at most.
 constexpr int32_t kAsciiPercent = 60;
 constexpr int64_t kAsciiCap = 20000;
-
-constexpr int kEncodingCount = static_cast<int>(std::size(kEncodings));
-constexpr int kLanguageCount = static_cast<int>(std::size(kLanguages));
 // Half of the words may be English: what that costs where the other language and English differ by so many steps.
 constexpr int32_t kMixtureCosts[16] = {0, 26, 43, 54, 61, 64, 67, 68, 69, 69, 69, 69, 69, 69, 69, 69};
 constexpr int64_t kMixtureStart = 300;
-
-constexpr int findLanguage(std::string_view code) {
-    int i = 0;
-    while (kLanguages[i].code != code)
-        i++;
-    return i;
-}
 constexpr int kEnglish = findLanguage("en");
 
-constexpr int kUpperBit = 0x8000;
+// All candidates are tried on the most frequent pairs, and only those that are not far behind then on all of them.
+constexpr int kFirstPairs = 24;
 constexpr int kMostPairs = 2048;
-constexpr int kFirstPairs = 96;
-static_assert(kEncodingCount <= 64 && kLanguageCount <= 64, "hints are words of 64 bits");
+constexpr int64_t kFar = 4000;
+constexpr int kMostWork = 30000;
+
+constexpr int kCellStretch = 16;
+static_assert(kPairColumns % kCellStretch == 0, "stretches end with the table's rows");
+
+constexpr uint16_t kUndefined = 0xFFFD;
 
 struct Pair {
     uint8_t first;
@@ -51,189 +37,24 @@ struct Pair {
 };
 
 struct Text {
-    const Pair *pairs; // with a high byte
+    Pair pairs[kMostPairs]; // with a high byte
     int pairCount;
-    const uint8_t *codes; // each code that occurs in them
+    uint8_t codes[kHighCodes]; // each high byte that occurs in them
     int codeCount;
     int64_t highRuns;
     int64_t asciiWords;
+    int64_t behind[kLanguageCount]; // by its ASCII words, of each Latin language
 };
-
-// What a symbol costs, and what its neighbours add.
-struct SymbolRow {
-    int16_t cost;
-    int16_t afterLetter;
-    int16_t beforeLetter;
-    int16_t afterBlank;
-    int16_t beforeBlank;
-};
-constexpr SymbolRow kSymbols[] = {
-    /* kLowQuote    */ {450, 600, 0, 0, 350},
-    /* kLeftQuote   */ {450, 0, 0, 0, 0},
-    /* kRightQuote  */ {450, 0, 200, 100, 0},
-    /* kApostrophe  */ {450, 0, 0, 350, 0},
-    /* kGuillemet   */ {450, 0, 0, 0, 0},
-    /* kDash        */ {450, 0, 0, 0, 0},
-    /* kOrdinary    */ {700, 300, 300, 0, 0},
-    /* kInverted    */ {950, 600, 0, 0, 350},
-    /* kOdd         */ {1100, 300, 300, 0, 0},
-    /* kImplausible */ {1300, 300, 300, 0, 0},
-    /* kControl     */ {1800, 0, 0, 0, 0},
-    /* kNothing     */ {2500, 0, 0, 0, 0},
-    /* kArabicSign  */ {1600, 0, 0, 0, 0},
-    /* kHebrewSign  */ {1600, 0, 0, 0, 0},
-    /* kThaiSign    */ {1600, 0, 0, 0, 0},
-};
-static_assert(std::size(kSymbols) == kSymbolClasses, "a row for each class");
-constexpr int32_t kOwnSign = 450; // a sign of the language's script
-
-// What a byte is to its neighbours: a symbol of a class, or one of these.
-enum Group : uint8_t {
-    kBlank = kSymbolClasses,
-    kPlain, // digits, punctuation
-    kOwnSymbol,
-    kLetter,                // three groups each: lower case, upper case, a script without case
-    kOutside = kLetter + 3, // of a letter that the language lacks
-    kForeign = kOutside + 3,
-    kGroups = kForeign + 3,
-};
-enum Case : uint8_t { kLower, kUpper, kCaseless };
-
-// What a byte is in one encoding and language.
-struct Sign {
-    uint8_t first; // column of the letter; of its first part where it stands for two
-    uint8_t last;
-    uint8_t group;
-    int32_t cost; // on its own, wherever it stands
-};
-
-constexpr bool isSymbol(int group) { return group < kSymbolClasses; }
-constexpr bool isLetter(int group) { return group >= kLetter; }
-constexpr bool isForeign(int group) { return group >= kForeign; }
-constexpr bool isOutside(int group) { return group >= kOutside && group < kForeign; }
-constexpr int caseOf(int group) { return (group - kLetter) % 3; }
-
-constexpr int32_t neighbourCost(int a, int b) {
-    int32_t cost = 0;
-    if (isSymbol(b))
-        cost += isLetter(a) ? kSymbols[b].afterLetter : a == kBlank ? kSymbols[b].afterBlank : 0;
-    if (isSymbol(a))
-        cost += isLetter(b) ? kSymbols[a].beforeLetter : b == kBlank ? kSymbols[a].beforeBlank : 0;
-    if (isLetter(a) && isLetter(b) && isForeign(a) != isForeign(b))
-        cost += kMixedWord;
-    if (isOutside(a) && !isLetter(b))
-        cost += kAfterOutside;
-    if (isLetter(b) && caseOf(b) == kUpper)
-        cost += !isLetter(a) ? kUpperFirst : caseOf(a) == kLower ? kUpperAfterLower : kUpperAfterUpper;
-    return cost;
-}
-
-// Cost of each group after each.
-constexpr auto kNeighbours = [] {
-    std::array<std::array<int16_t, kGroups>, kGroups> costs{};
-    for (int a = 0; a < kGroups; a++) {
-        for (int b = 0; b < kGroups; b++)
-            costs[static_cast<size_t>(a)][static_cast<size_t>(b)] = static_cast<int16_t>(neighbourCost(a, b));
-    }
-    return costs;
-}();
-
-// The letters of one language.
-class Alphabet {
-  public:
-    explicit Alphabet(int language) : row_(kLanguages[language]), width_(row_.letters + 1) {
-        for (int i = 0; i < row_.letters; i++)
-            columns_[kAlphabets[row_.firstLetter + i]] = static_cast<uint8_t>(i + 1);
-        if (hasDotless())
-            columns_[kTurkish[2]] = columns_[kTurkish[0]];
-    }
-
-    // Does I belong to the dotless i?
-    bool hasDotless() const { return row_.script == kLatin && columns_[kTurkish[1]] != 0; }
-    int script() const { return row_.script; }
-    // Column of a letter of the language's script, 0 if it is no letter of the language.
-    uint8_t column(int letter) const { return columns_[static_cast<size_t>(letter)]; }
-    int32_t pairCost(int first, int second) const {
-        int cell = first * width_ + second;
-        return (kPairs[row_.firstPair + cell / 2] >> (4 * (cell & 1)) & 15) * kPairStep;
-    }
-
-  private:
-    const LanguageRow &row_;
-    int width_;
-    std::array<uint8_t, 256> columns_{};
-};
-
-int characterOf(int encoding, int code) { return kHeld[encoding * kHighCodes + code]; }
-
-Sign symbolSign(int symbol, const LanguageRow &language) {
-    bool own = (symbol == kArabicSign && language.script == kArabic) ||
-               (symbol == kHebrewSign && language.script == kHebrew) ||
-               (symbol == kThaiSign && language.script == kThai);
-    if (own)
-        return {0, 0, kOwnSymbol, kOwnSign};
-    return {0, 0, static_cast<uint8_t>(symbol), kSymbols[symbol].cost};
-}
-
-Sign letterSign(const Alphabet &alphabet, int script, int letter, bool upper, bool ascii) {
-    bool cased = script == kLatin || script == kCyrillic || script == kGreek;
-    int letterCase = upper ? kUpper : cased ? kLower : kCaseless;
-    if (script != alphabet.script())
-        return {0, 0, static_cast<uint8_t>(kForeign + letterCase), ascii ? kForeignAscii : kForeignLetter};
-    uint8_t column = alphabet.column(letter);
-    if (column != 0)
-        return {column, column, static_cast<uint8_t>(kLetter + letterCase), 0};
-    for (size_t i = 0; script == kLatin && i < std::size(kDecomposed); i += 3) {
-        uint8_t base = alphabet.column(kDecomposed[i + 1]);
-        uint8_t mark = alphabet.column(kDecomposed[i + 2]);
-        if (kDecomposed[i] == letter && base != 0 && mark != 0)
-            return {base, mark, static_cast<uint8_t>(kLetter + letterCase), alphabet.pairCost(base, mark)};
-    }
-    return {0, 0, static_cast<uint8_t>(kOutside + letterCase), kRarity[kScripts[script] + letter] * 10};
-}
-
-Sign signOf(int encoding, const LanguageRow &language, const Alphabet &alphabet, int code) {
-    if (isAsciiLetter(code)) {
-        bool upper = code < kLowerCode;
-        int letter = code - (upper ? kUpperCode : kLowerCode);
-        if (upper && letter == kTurkish[0] && alphabet.hasDotless())
-            letter = kTurkish[1];
-        return letterSign(alphabet, kLatin, letter, upper, true);
-    }
-    if (!isHighCode(code))
-        return {0, 0, static_cast<uint8_t>(code == kBlankCode ? kBlank : kPlain), 0};
-    int kind = kKinds[characterOf(encoding, code)];
-    int script = kind >> 8 & 0x7F;
-    if (script != kNoScript)
-        return letterSign(alphabet, script, kind & 0xFF, (kind & kUpperBit) != 0, false);
-    return symbolSign(kind & 0xFF, language);
-}
-
-// Cost of the pairs [from, to).
-int64_t pairsCost(const Text &text, const Sign *signs, const Alphabet &alphabet, int from, int to) {
-    int64_t cost = 0;
-    for (int i = from; i < to; i++) {
-        const Pair &pair = text.pairs[i];
-        const Sign &a = signs[pair.first];
-        const Sign &b = signs[pair.second];
-        int32_t one = b.cost + kNeighbours[a.group][b.group];
-        if (b.group < kOutside)
-            one += alphabet.pairCost(a.last, b.first);
-        cost += static_cast<int64_t>(one) * pair.count;
-    }
-    return cost;
-}
 
 struct Candidate {
     int64_t cost;
     int16_t encoding;
     int16_t language;
-    bool whole; // all pairs are in the cost
 };
 
 struct Scratch {
     BytePairs counts;
-    Pair pairs[kMostPairs];
+    Text text;
     Candidate candidates[kEncodingCount * kLanguageCount];
 };
 
@@ -249,37 +70,66 @@ bool moreOften(const Pair &a, const Pair &b) {
     return a.first != b.first ? a.first < b.first : a.second < b.second;
 }
 
-// Puts the pairs with a high byte into a list, the most frequent of them if there are too many.
-void listPairs(Scratch &scratch, Text &text) {
-    for (uint32_t least = 1;; least *= 2) {
-        int count = 0;
-        for (int a = 0; a < kByteCodes && count <= kMostPairs; a++) {
-            int codes = isHighCode(a) ? kByteCodes : kHighCodes;
-            for (int b = 0; b < codes; b++) {
-                uint32_t often = scratch.counts.counts[a][b];
-                if (often < least)
-                    continue;
-                if (count < kMostPairs)
-                    scratch.pairs[count] = {static_cast<uint8_t>(a), static_cast<uint8_t>(b), often};
-                count++;
-            }
-        }
-        if (count <= kMostPairs) {
-            text.pairs = scratch.pairs;
-            text.pairCount = count;
-            break;
-        }
-    }
-    if (text.pairCount > kFirstPairs)
-        std::nth_element(scratch.pairs, scratch.pairs + kFirstPairs, scratch.pairs + text.pairCount, moreOften);
+bool anyIn(const uint32_t *counts) {
+    uint32_t any = 0;
+    for (int i = 0; i < kCellStretch; i++)
+        any |= counts[i];
+    return any != 0;
 }
 
-// What ASCII letters say: how far each Latin language is behind the best.
-void weighAscii(const BytePairs &counts, int64_t (&behind)[kLanguageCount]) {
-    struct LetterPair {
-        uint8_t first, second; // 1 to 26, 0 for what is no letter
-        uint32_t count;
-    };
+// Lists the pairs with a high byte that come at least so often, or as many as there is room for. Tells how many there
+// are, at least one more than room if there are too many.
+int listPairs(const BytePairs &counts, uint32_t least, Text &text) {
+    int count = 0;
+    for (int a = 0; a < kByteCodes; a++) {
+        int codes = isHighCode(a) ? kByteCodes : kHighCodes;
+        for (int from = 0; from < codes; from += kCellStretch) {
+            if (!anyIn(&counts.counts[a][from]))
+                continue;
+            for (int b = from; b < std::min(codes, from + kCellStretch); b++) {
+                uint32_t often = counts.counts[a][b];
+                if (often < least)
+                    continue;
+                if (count == kMostPairs)
+                    return count + 1;
+                text.pairs[count++] = {static_cast<uint8_t>(a), static_cast<uint8_t>(b), often};
+            }
+        }
+    }
+    return count;
+}
+
+// Lists the pairs with a high byte, the most frequent ones first; of too many, those.
+void listPairs(const BytePairs &counts, Text &text) {
+    for (uint32_t least = 1;; least *= 2) {
+        text.pairCount = listPairs(counts, least, text);
+        if (text.pairCount <= kMostPairs)
+            break;
+    }
+    Pair *end = text.pairs + text.pairCount;
+    for (int most : {16 * kFirstPairs, 4 * kFirstPairs, kFirstPairs}) {
+        if (end - text.pairs > most) {
+            std::nth_element(text.pairs, text.pairs + most, end, moreOften);
+            end = text.pairs + most;
+        }
+    }
+    bool listed[kByteCodes] = {};
+    for (const Pair &pair : std::span(text.pairs, static_cast<size_t>(text.pairCount)))
+        listed[pair.first] = listed[pair.second] = true;
+    for (int code = 0; code < kHighCodes; code++) {
+        if (listed[code])
+            text.codes[text.codeCount++] = static_cast<uint8_t>(code);
+    }
+}
+
+struct LetterPair {
+    uint8_t first, second; // 1 to 26; 0 for what is no letter
+    uint8_t english;       // steps between them in English
+    uint32_t count;
+};
+
+// Lists the pairs of ASCII letters regardless of case.
+int listLetterPairs(const BytePairs &counts, LetterPair (&pairs)[27 * 27]) {
     uint32_t folded[27][27] = {};
     auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
     for (int a = kHighCodes; a < kByteCodes; a++) {
@@ -288,62 +138,175 @@ void weighAscii(const BytePairs &counts, int64_t (&behind)[kLanguageCount]) {
     }
     folded[0][0] = 0;
     Alphabet english(kEnglish);
+    int count = 0;
+    for (uint8_t a = 0; a < 27; a++) {
+        for (uint8_t b = 0; b < 27; b++) {
+            if (folded[a][b] != 0)
+                pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), folded[a][b]};
+        }
+    }
+    return count;
+}
+
+// What ASCII letters say: how far each Latin language is behind the best.
+void weighAscii(const BytePairs &counts, Text &text) {
+    LetterPair pairs[27 * 27];
+    auto count = static_cast<size_t>(listLetterPairs(counts, pairs));
     int64_t best = INT64_MAX;
     for (int language = 0; language < kLanguageCount; language++) {
-        behind[language] = 0;
+        text.behind[language] = 0;
         if (kLanguages[language].script != kLatin)
             continue;
         Alphabet alphabet(language);
         int64_t pure = 0;
         int64_t mixed = kMixtureStart;
-        for (int a = 0; a < 27; a++) {
-            int first = a == 0 ? 0 : alphabet.column(a - 1);
-            for (int b = 0; b < 27; b++) {
-                if (folded[a][b] == 0)
-                    continue;
-                int32_t own = alphabet.pairCost(first, b == 0 ? 0 : alphabet.column(b - 1));
-                int32_t other = english.pairCost(a, b);
-                pure += static_cast<int64_t>(folded[a][b]) * own;
-                mixed += static_cast<int64_t>(folded[a][b]) *
-                         (std::min(own, other) + kMixtureCosts[std::abs(own - other) / kPairStep]);
-            }
+        for (const LetterPair &pair : std::span(pairs, count)) {
+            // Every Latin alphabet begins with a to z.
+            int own = alphabet.steps(pair.first, pair.second);
+            int other = pair.english;
+            pure += int64_t{pair.count} * (own * Alphabet::kPairStep);
+            mixed += int64_t{pair.count} *
+                     (std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)]);
         }
-        behind[language] = std::min(pure, mixed);
-        best = std::min(best, behind[language]);
+        text.behind[language] = std::min(pure, mixed);
+        best = std::min(best, text.behind[language]);
     }
     for (int language = 0; language < kLanguageCount; language++) {
         if (kLanguages[language].script == kLatin) {
-            int64_t more = (behind[language] - best) * kAsciiPercent / 100;
-            behind[language] = more * kAsciiCap / (more + kAsciiCap);
+            int64_t more = (text.behind[language] - best) * kAsciiPercent / 100;
+            text.behind[language] = more * kAsciiCap / (more + kAsciiCap);
         }
     }
 }
 
+int64_t sum(const uint32_t *first, const uint32_t *end) {
+    int64_t total = 0;
+    for (; first < end; first++)
+        total += *first;
+    return total;
+}
+
 void countWords(const BytePairs &counts, Text &text) {
-    for (int a = 0; a < kByteCodes; a++) {
-        for (int b = 0; b < kByteCodes; b++) {
-            int64_t count = counts.counts[a][b];
-            if (!isHighCode(a) && isHighCode(b))
-                text.highRuns += count;
-            if (isAsciiLetter(b) && !isHighCode(a) && !isAsciiLetter(a))
-                text.asciiWords += count;
-            if (isAsciiLetter(a) && isHighCode(b))
-                text.asciiWords -= count;
-        }
+    for (int a = kHighCodes; a < kByteCodes; a++) {
+        const uint32_t *row = counts.counts[a];
+        int64_t starts = sum(row, row + kHighCodes);
+        text.highRuns += starts;
+        text.asciiWords += isAsciiLetter(a) ? -starts : sum(row + kUpperCode, row + kBlankCode);
     }
     text.asciiWords = std::max<int64_t>(text.asciiWords, 0);
 }
 
 bool sameText(const Text &text, int encoding, int other) {
-    for (int i = 0; i < text.codeCount; i++) {
-        int code = text.codes[i];
-        if (isHighCode(code) && characterOf(encoding, code) != characterOf(other, code))
-            return false;
-    }
-    return true;
+    return std::none_of(text.codes, text.codes + text.codeCount,
+                        [=](int code) { return characterOf(encoding, code) != characterOf(other, code); });
 }
 
 bool isConverted(int encoding) { return kEncodings[encoding].number < kShiftJis; }
+
+// What the pairs of a text cost in one encoding and language.
+class PairSum {
+  public:
+    PairSum(const Text &text, int encoding, const Alphabet &alphabet, int64_t start)
+        : text_(text), alphabet_(alphabet), encoding_(encoding), cost_(start) {
+        for (Sign &sign : signs_)
+            sign.group = kGroups;
+    }
+
+    // Adds the pairs up to one, or to where the sum passes the bound: then the sum is less than the pairs cost.
+    int64_t addUpTo(int end, int64_t bound) {
+        constexpr int kStretch = 32;
+        while (next_ < end && cost_ <= bound) {
+            int stop = std::min(end, next_ + kStretch);
+            for (; next_ < stop; next_++) {
+                const Pair &pair = text_.pairs[next_];
+                cost_ += int64_t{costOf(alphabet_, sign(pair.first), sign(pair.second))} * pair.count;
+            }
+        }
+        return cost_;
+    }
+
+    int added() const { return next_; }
+
+  private:
+    const Sign &sign(int code) {
+        Sign &sign = signs_[code];
+        if (sign.group == kGroups)
+            sign = signOf(encoding_, alphabet_, code);
+        return sign;
+    }
+
+    const Text &text_;
+    const Alphabet &alphabet_;
+    int encoding_;
+    int next_ = 0;
+    int64_t cost_;
+    Sign signs_[kByteCodes];
+};
+
+int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints &hints) {
+    int64_t cost = kLanguages[language].prior + kEncodings[encoding].prior + text.behind[language];
+    if ((kEncodings[encoding].homes >> language & 1) == 0)
+        cost += kUnusual;
+    if (kLanguages[language].script != kLatin)
+        cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords;
+    if ((hints.languages >> language & 1) != 0)
+        cost -= kHint;
+    if ((hints.encodings >> encoding & 1) != 0)
+        cost -= kHint;
+    return cost;
+}
+
+// Lists all candidates with their costs, the best first.
+int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
+    int count = 0;
+    int firstPairs = std::min(text.pairCount, kFirstPairs);
+    for (int16_t language = 0; language < kLanguageCount; language++) {
+        Alphabet alphabet(language);
+        for (int16_t encoding = 0; encoding < kEncodingCount; encoding++) {
+            if ((kEncodings[encoding].languages >> language & 1) == 0)
+                continue;
+            PairSum sum(text, encoding, alphabet, priorOf(text, encoding, language, hints));
+            candidates[count++] = {sum.addUpTo(firstPairs, INT64_MAX), encoding, language};
+        }
+    }
+    std::sort(candidates, candidates + count, lessCost);
+    if (text.pairCount == firstPairs)
+        return count;
+    // Who is this far behind already only falls back further. What the rest would cost is not worked out: at least as
+    // much more than the best as now.
+    int64_t start = candidates[0].cost;
+    int64_t best = INT64_MAX - kFar;
+    int work = kMostWork;
+    for (int i = 0; i < count; i++) {
+        Candidate &candidate = candidates[i];
+        if (candidate.cost > 2 * start + kFar || work < 0) {
+            candidate.cost += best - start;
+            continue;
+        }
+        Alphabet alphabet(candidate.language);
+        PairSum sum(text, candidate.encoding, alphabet, priorOf(text, candidate.encoding, candidate.language, hints));
+        candidate.cost = sum.addUpTo(text.pairCount, best + kFar);
+        best = std::min(best, candidate.cost);
+        work -= sum.added();
+    }
+    std::sort(candidates, candidates + count, lessCost);
+    return count;
+}
+
+// An encoding that is not converted comes first only where it is sure.
+void preferConverted(Candidate *candidates, int count) {
+    const Candidate *end = candidates + count;
+    const Candidate *best = std::find_if(candidates, candidates + count,
+                                         [](const Candidate &candidate) { return isConverted(candidate.encoding); });
+    if (best == end || candidates[0].cost + kSureMargin <= best->cost)
+        return;
+    int64_t cost = best->cost;
+    for (Candidate &candidate : std::span(candidates, static_cast<size_t>(count))) {
+        if (!isConverted(candidate.encoding))
+            candidate.cost = std::max(candidate.cost, cost + 1);
+    }
+    std::sort(candidates, candidates + count, lessCost);
+}
 
 } // namespace
 
@@ -352,75 +315,24 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
     auto *scratch = static_cast<Scratch *>(calloc(1, sizeof(Scratch)));
     if (scratch == nullptr)
         return false;
+    Text &text = scratch->text;
     countBytePairs(bytes, scratch->counts);
-    Text text{};
-    listPairs(*scratch, text);
+    listPairs(scratch->counts, text);
     countWords(scratch->counts, text);
-    bool occurs[kByteCodes] = {};
-    for (int i = 0; i < text.pairCount; i++)
-        occurs[text.pairs[i].first] = occurs[text.pairs[i].second] = true;
-    uint8_t codes[kByteCodes];
-    text.codes = codes;
-    for (int code = 0; code < kByteCodes; code++) {
-        if (occurs[code])
-            codes[text.codeCount++] = static_cast<uint8_t>(code);
-    }
-    int64_t behind[kLanguageCount];
-    weighAscii(scratch->counts, behind);
-
-    int count = 0;
-    int first = std::min(text.pairCount, kFirstPairs);
-    for (int language = 0; language < kLanguageCount; language++) {
-        Alphabet alphabet(language);
-        int64_t prior = kLanguages[language].prior + behind[language];
-        if (kLanguages[language].script != kLatin)
-            prior += std::min(text.highRuns, text.asciiWords) * kRunAmongWords;
-        if ((hints.languages >> language & 1) != 0)
-            prior -= kHint;
-        for (int encoding = 0; encoding < kEncodingCount; encoding++) {
-            if ((kEncodings[encoding].languages >> language & 1) == 0)
-                continue;
-            Sign signs[kByteCodes];
-            for (int i = 0; i < text.codeCount; i++)
-                signs[codes[i]] = signOf(encoding, kLanguages[language], alphabet, codes[i]);
-            int64_t cost = prior + kEncodings[encoding].prior;
-            if ((hints.encodings >> encoding & 1) != 0)
-                cost -= kHint;
-            cost += pairsCost(text, signs, alphabet, 0, text.pairCount);
-            scratch->candidates[count++] = {cost, static_cast<int16_t>(encoding), static_cast<int16_t>(language), true};
-        }
-    }
-    (void)first;
-    std::sort(scratch->candidates, scratch->candidates + count, lessCost);
-    // The best that is converted has a start before those that are not.
-    int64_t converted = 0;
-    for (int i = 0; i < count; i++) {
-        if (isConverted(scratch->candidates[i].encoding)) {
-            converted = scratch->candidates[i].cost;
+    weighAscii(scratch->counts, text);
+    int count = rank(text, hints, scratch->candidates);
+    preferConverted(scratch->candidates, count);
+    for (const Candidate &candidate : std::span(scratch->candidates, static_cast<size_t>(count))) {
+        if (readings.count == static_cast<int32_t>(std::size(readings.rows)))
             break;
-        }
-    }
-    bool ahead =
-        !isConverted(scratch->candidates[0].encoding) && scratch->candidates[0].cost + kSureMargin <= converted;
-    if (!ahead) {
-        for (int i = 0; i < count; i++) {
-            Candidate &candidate = scratch->candidates[i];
-            if (!isConverted(candidate.encoding))
-                candidate.cost = std::max(candidate.cost, converted + 1);
-        }
-        std::sort(scratch->candidates, scratch->candidates + count, lessCost);
-    }
-    for (int i = 0; i < count && readings.count < static_cast<int32_t>(std::size(readings.rows)); i++) {
-        const Candidate &candidate = scratch->candidates[i];
-        bool listed = false;
-        for (int row = 0; row < readings.count && !listed; row++)
-            listed = sameText(text, candidate.encoding, readings.rows[row].encoding);
+        Reading *end = readings.rows + readings.count;
+        bool listed = std::any_of(readings.rows, end, [&](const Reading &row) {
+            return sameText(text, candidate.encoding, singleByteIndex(row.encoding));
+        });
         if (!listed)
-            readings.rows[readings.count++] = {candidate.encoding, candidate.language,
+            readings.rows[readings.count++] = {kEncodings[candidate.encoding].number, candidate.language,
                                                static_cast<int32_t>(std::min<int64_t>(candidate.cost, INT32_MAX))};
     }
-    for (int row = 0; row < readings.count; row++)
-        readings.rows[row].encoding = kEncodings[readings.rows[row].encoding].number;
     free(scratch);
     return true;
 }
@@ -445,9 +357,9 @@ int32_t singleByteIndex(int32_t encoding) {
 
 uint16_t codePointOf(int32_t encoding, uint8_t byte) {
     int index = singleByteIndex(encoding);
-    if (byte < 0x80 || index < 0)
-        return byte < 0x80 ? byte : 0xFFFD;
-    return kPoints[characterOf(index, byte - 0x80)];
+    if (byte < 0x80)
+        return byte;
+    return index < 0 ? kUndefined : kPoints[characterOf(index, byte - 0x80)];
 }
 
 } // namespace zutext

@@ -31,6 +31,7 @@ struct EncodingRow {
     int32_t number;     // code type, or from 100 on the number of an encoding that is only recognised
     int32_t prior;      // hundredths
     uint64_t languages; // bit i: has the letters of language i
+    uint64_t homes;     // bit i: is usual for language i
 };
 
 struct LanguageRow {

@@ -109,7 +109,6 @@ int32_t zutext_open(const zutext_options *options, zutext_stream **stream) {
         result != ZUTEXT_OK) {
         return result;
     }
-    zutext_prepare();
     auto *created = make<zutext_stream>();
     if (created == nullptr) {
         return ZUTEXT_ERROR_MEMORY;

@@ -8,7 +8,8 @@ namespace {
 
 using Form = Utf8Step::Form;
 
-constexpr size_t kHalf = 3; // bytes of a surrogate
+constexpr uint8_t kHalf = 3; // bytes of a surrogate
+constexpr uint8_t kHalfLead = 0xED;
 
 constexpr bool isContinuation(uint8_t byte) { return (byte & 0xC0) == 0x80; }
 
@@ -53,7 +54,13 @@ constexpr auto kSecondBytes = [] {
 }();
 
 bool isHalf(Bytes text, uint8_t from, uint8_t to) {
-    return text.size() >= kHalf && text[0] == 0xED && text[1] >= from && text[1] <= to && isContinuation(text[2]);
+    return text.size() >= kHalf && text[0] == kHalfLead && text[1] >= from && text[1] <= to && isContinuation(text[2]);
+}
+
+// Do the first two bytes, as far as there are two, allow a character?
+bool startsCharacter(Bytes text) {
+    const Range second = kSecondBytes[text[0]];
+    return second.first <= second.last && (text.size() < 2 || (text[1] >= second.first && text[1] <= second.last));
 }
 
 Utf8Step surrogateStep(Bytes text) {
@@ -63,7 +70,7 @@ Utf8Step surrogateStep(Bytes text) {
         return {Form::pair, 2 * kHalf};
     }
     const bool mayFollow =
-        next.empty() || (next[0] == 0xED && (next.size() == 1 || (next.size() == 2 && next[1] >= 0xB0)));
+        next.empty() || (next[0] == kHalfLead && (next.size() == 1 || (next.size() == 2 && next[1] >= 0xB0)));
     if (first && mayFollow) {
         return {Form::cut, static_cast<uint8_t>(text.size())};
     }
@@ -82,17 +89,21 @@ Utf8Step stepThrough(Bytes text) {
     while (length < expected && length < text.size() && isContinuation(text[length])) {
         ++length;
     }
-    const Range second = kSecondBytes[lead];
-    const bool allowed = second.first <= second.last;
-    const bool good = allowed && (length < 2 || (text[1] >= second.first && text[1] <= second.last));
-    if (length == expected) {
-        if (good) {
-            return {Form::wellFormed, static_cast<uint8_t>(length)};
-        }
-        return lead == 0xED ? surrogateStep(text) : Utf8Step{Form::malformed, static_cast<uint8_t>(length)};
+    if (length < expected) {
+        return {length == text.size() ? Form::cut : Form::malformed, static_cast<uint8_t>(length)};
     }
-    const bool open = length == text.size() && allowed && (good || lead == 0xED);
-    return {open ? Form::cut : Form::malformed, static_cast<uint8_t>(length)};
+    if (startsCharacter(text)) {
+        return {Form::wellFormed, static_cast<uint8_t>(length)};
+    }
+    return lead == kHalfLead ? surrogateStep(text) : Utf8Step{Form::malformed, static_cast<uint8_t>(length)};
+}
+
+Utf8Step atEnd(Utf8Step cut, Bytes text) {
+    if (startsCharacter(text)) {
+        return cut;
+    }
+    const bool half = text[0] == kHalfLead && text.size() >= kHalf;
+    return half ? Utf8Step{Form::surrogate, kHalf} : Utf8Step{Form::malformed, cut.length};
 }
 
 size_t wellFormedLength(Bytes text) {

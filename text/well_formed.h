@@ -12,7 +12,7 @@ struct Utf8Step {
         pair,       // a surrogate pair, three bytes each: means one character
         surrogate,  // half a pair
         malformed,  // bytes that UTF-8 does not allow, as long as they belong together
-        cut,        // the text ends within a character, or behind the first half of a pair
+        cut,        // the text ends within one of these, or behind the first half of a pair
     };
     Form form;
     uint8_t length; // in bytes; of `cut`: all that are left
@@ -20,6 +20,9 @@ struct Utf8Step {
 
 // The text must not be empty.
 Utf8Step stepThrough(Bytes text);
+
+// What a `cut` step is where nothing follows: still that, if it can be the start of a character.
+Utf8Step atEnd(Utf8Step cut, Bytes text);
 
 // The length of the well-formed text at the start, up to the first step of another form.
 size_t wellFormedLength(Bytes text);

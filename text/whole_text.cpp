@@ -7,7 +7,6 @@
 namespace zutext {
 
 int32_t judgeWhole(const Settings &settings, Bytes text, zutext_verdict &verdict) {
-    zutext_prepare();
     Sampler sampler;
     Sampler::Next next = {};
     return sampler.advance(settings, text, 0, true, next, verdict);

@@ -136,12 +136,15 @@ int32_t wideFormOf(Bytes text) {
     // Which of four bytes the zeros are in tells the form: of ASCII every high byte, of other letters still the
     // spaces'.
     std::array<size_t, 4> zeros{};
+    size_t printable = 0;
     for (size_t at = 0; at < text.size(); ++at) {
         zeros[at % 4] += text[at] == 0 ? 1 : 0;
+        printable += text[at] >= 0x20 && text[at] < 0x7F ? 1 : 0;
     }
     const size_t even = zeros[0] + zeros[2];
     const size_t odd = zeros[1] + zeros[3];
-    if (even + odd == 0) {
+    // In plain text with stray zeros nearly every byte is a letter, in no wide form more than every other one.
+    if (even + odd == 0 || printable * 10 > text.size() * 8) {
         return 0;
     }
     const size_t quarter = text.size() / 4;

@@ -26,27 +26,35 @@ class Language(NamedTuple):
     code: str
     name: str
     prior: float  # what it costs to assume the language at all
+    homes: str  # the families of encodings that are usual for it
+    foreign: float = 0.3  # how often its words stand in texts of other languages
 
 
 LANGUAGES = (
-    Language("ar", "Arabic", 0), Language("be", "Belarusian", 1), Language("bg", "Bulgarian", 0),
-    Language("bs", "Bosnian", 1), Language("ca", "Catalan", 0.5), Language("cs", "Czech", 0),
-    Language("cy", "Welsh", 2), Language("da", "Danish", 0), Language("de", "German", 0),
-    Language("el", "Greek", 0), Language("en", "English", 0), Language("eo", "Esperanto", 2),
-    Language("es", "Spanish", 0), Language("et", "Estonian", 0.5), Language("eu", "Basque", 1),
-    Language("fa", "Persian", 0.5), Language("fi", "Finnish", 0), Language("fr", "French", 0),
-    Language("ga", "Irish", 2), Language("gl", "Galician", 1), Language("he", "Hebrew", 0),
-    Language("hr", "Croatian", 0), Language("hu", "Hungarian", 0),
-    Language("id", "Indonesian", 0.5), Language("is", "Icelandic", 0.5),
-    Language("it", "Italian", 0), Language("lt", "Lithuanian", 0.5),
-    Language("lv", "Latvian", 0.5), Language("mk", "Macedonian", 1), Language("ms", "Malay", 1),
-    Language("mt", "Maltese", 2), Language("nl", "Dutch", 0), Language("no", "Norwegian", 0),
-    Language("pl", "Polish", 0), Language("pt", "Portuguese", 0), Language("ro", "Romanian", 0),
-    Language("ru", "Russian", 0), Language("sk", "Slovak", 0), Language("sl", "Slovenian", 0),
-    Language("sq", "Albanian", 1), Language("sr-Cyrl", "Serbian (Cyrillic)", 0.5),
-    Language("sr-Latn", "Serbian (Latin)", 0.5), Language("sv", "Swedish", 0),
-    Language("th", "Thai", 0), Language("tr", "Turkish", 0), Language("uk", "Ukrainian", 0),
-    Language("vi", "Vietnamese", 0),
+    Language("ar", "Arabic", 0, "N"), Language("be", "Belarusian", 1, "N"),
+    Language("bg", "Bulgarian", 0, "N"), Language("bs", "Bosnian", 1, "C"),
+    Language("ca", "Catalan", 0.5, "W"), Language("cs", "Czech", 0, "C", 1),
+    Language("cy", "Welsh", 2, "WG"), Language("da", "Danish", 0, "W", 1),
+    Language("de", "German", 0, "W", 4), Language("el", "Greek", 0, "N"),
+    Language("en", "English", 0, "W", 3), Language("eo", "Esperanto", 2, "S"),
+    Language("es", "Spanish", 0, "W", 4), Language("et", "Estonian", 0.5, "WB"),
+    Language("eu", "Basque", 1, "W"), Language("fa", "Persian", 0.5, "N"),
+    Language("fi", "Finnish", 0, "W"), Language("fr", "French", 0, "W", 5),
+    Language("ga", "Irish", 2, "WG"), Language("gl", "Galician", 1, "W"),
+    Language("he", "Hebrew", 0, "N"), Language("hr", "Croatian", 0, "C"),
+    Language("hu", "Hungarian", 0, "C", 1), Language("id", "Indonesian", 0.5, "W"),
+    Language("is", "Icelandic", 0.5, "W"), Language("it", "Italian", 0, "W", 3),
+    Language("lt", "Lithuanian", 0.5, "B"), Language("lv", "Latvian", 0.5, "B"),
+    Language("mk", "Macedonian", 1, "N"), Language("ms", "Malay", 1, "W"),
+    Language("mt", "Maltese", 2, "S"), Language("nl", "Dutch", 0, "W"),
+    Language("no", "Norwegian", 0, "W", 1), Language("pl", "Polish", 0, "C", 1),
+    Language("pt", "Portuguese", 0, "W", 3), Language("ro", "Romanian", 0, "C"),
+    Language("ru", "Russian", 0, "N"), Language("sk", "Slovak", 0, "C"),
+    Language("sl", "Slovenian", 0, "C"), Language("sq", "Albanian", 1, "W"),
+    Language("sr-Cyrl", "Serbian (Cyrillic)", 0.5, "N"),
+    Language("sr-Latn", "Serbian (Latin)", 0.5, "C"), Language("sv", "Swedish", 0, "W", 1),
+    Language("th", "Thai", 0, "N"), Language("tr", "Turkish", 0, "T", 1),
+    Language("uk", "Ukrainian", 0, "N"), Language("vi", "Vietnamese", 0, "V"),
 )
 
 
@@ -54,21 +62,25 @@ class Encoding(NamedTuple):
     codec: str
     number: int  # code type of include/zucharset.h, or from 100 on one that is only recognised
     prior: float
+    family: str
 
 
 ENCODINGS = (
-    Encoding("iso8859_1", 3, 0.2), Encoding("iso8859_2", 4, 0.2), Encoding("iso8859_3", 5, 2),
-    Encoding("iso8859_4", 6, 2), Encoding("iso8859_5", 7, 1), Encoding("iso8859_6", 8, 1),
-    Encoding("iso8859_7", 9, 0.3), Encoding("iso8859_8", 10, 0.5), Encoding("iso8859_9", 11, 0.3),
-    Encoding("iso8859_10", 12, 4), Encoding("iso8859_11", 13, 0.5), Encoding("iso8859_13", 14, 2),
-    Encoding("iso8859_14", 15, 4), Encoding("iso8859_15", 16, 0.4), Encoding("iso8859_16", 17, 3),
-    Encoding("cp1250", 21, 0), Encoding("cp1251", 22, 0), Encoding("cp1252", 23, 0),
-    Encoding("cp1253", 24, 0), Encoding("cp1254", 25, 0), Encoding("cp1255", 26, 0),
-    Encoding("cp1256", 27, 0), Encoding("cp1257", 28, 0), Encoding("cp1258", 29, 1),
-    Encoding("cp874", 30, 0),
-    Encoding("koi8_r", 107, 0), Encoding("koi8_u", 108, 0.5), Encoding("cp866", 109, 0.5),
-    Encoding("cp437", 110, 1), Encoding("cp850", 111, 0.5), Encoding("cp852", 112, 0.5),
-    Encoding("mac_cyrillic", 113, 1),
+    Encoding("iso8859_1", 3, 0.2, "W"), Encoding("iso8859_2", 4, 0.2, "C"),
+    Encoding("iso8859_3", 5, 2, "S"), Encoding("iso8859_4", 6, 2, "B"),
+    Encoding("iso8859_5", 7, 1, "N"), Encoding("iso8859_6", 8, 1, "N"),
+    Encoding("iso8859_7", 9, 0.3, "N"), Encoding("iso8859_8", 10, 0.5, "N"),
+    Encoding("iso8859_9", 11, 0.3, "T"), Encoding("iso8859_10", 12, 4, "B"),
+    Encoding("iso8859_11", 13, 0.5, "N"), Encoding("iso8859_13", 14, 2, "B"),
+    Encoding("iso8859_14", 15, 4, "G"), Encoding("iso8859_15", 16, 0.4, "W"),
+    Encoding("iso8859_16", 17, 3, "C"), Encoding("cp1250", 21, 0, "C"),
+    Encoding("cp1251", 22, 0, "N"), Encoding("cp1252", 23, 0, "W"), Encoding("cp1253", 24, 0, "N"),
+    Encoding("cp1254", 25, 0, "T"), Encoding("cp1255", 26, 0, "N"), Encoding("cp1256", 27, 0, "N"),
+    Encoding("cp1257", 28, 0, "B"), Encoding("cp1258", 29, 1, "V"), Encoding("cp874", 30, 0, "N"),
+    Encoding("koi8_r", 107, 0, "N"), Encoding("koi8_u", 108, 0.5, "N"),
+    Encoding("cp866", 109, 0.5, "N"), Encoding("cp437", 110, 1, "W"),
+    Encoding("cp850", 111, 0.5, "W"), Encoding("cp852", 112, 0.5, "C"),
+    Encoding("mac_cyrillic", 113, 1, "N"),
 )
 
 SCRIPTS = ("LATIN", "CYRILLIC", "GREEK", "HEBREW", "ARABIC", "THAI")
@@ -236,12 +248,13 @@ def rarity():
     """What a letter costs in a language without it, in tenths: by how common it is elsewhere."""
     rows = []
     for number, script in enumerate(letters()):
-        codes = [language.code for language in LANGUAGES
+        known = [language for language in LANGUAGES
                  if script_of(ord(pairs(language.code)[0][0])) == number]
+        total = sum(language.foreign for language in known) * 1e6
         for letter in script:
-            share = sum(letter_counts(code).get(letter, 0) for code in codes) / len(codes) / 1e6
-            cost = -math.log(share) if share else 99
-            rows.append(round(10 * max(7, min(11, cost + 2))))
+            share = sum(letter_counts(language.code).get(letter, 0) * language.foreign
+                        for language in known) / total
+            rows.append(round(10 * max(7, min(11, 2 - math.log(share)))) if share else 110)
     return rows
 
 
@@ -264,7 +277,10 @@ def encoding_rows():
     for encoding in ENCODINGS:
         languages = sum(1 << number for number, language in enumerate(LANGUAGES)
                         if fits(language, encoding))
-        rows.append(f"{{{encoding.number}, {round(100 * encoding.prior)}, 0x{languages:016X}u}}")
+        homes = sum(1 << number for number, language in enumerate(LANGUAGES)
+                    if encoding.family in language.homes)
+        rows.append(f"{{{encoding.number}, {round(100 * encoding.prior)}, 0x{languages:016X}u, "
+                    f"0x{homes:016X}u}}")
     return rows, [number for row in held for number in row]
 
 
@@ -278,8 +294,10 @@ def language_rows():
     for language in LANGUAGES:
         alphabet = pairs(language.code)[0]
         places = [place(letter) for letter in alphabet]
-        if len({script for script, _ in places}) != 1 or len(alphabet) > 80:
-            raise FactError(f"{language.code}.txt: letters of two scripts, or too many")
+        if len({script for script, _ in places}) != 1:
+            raise FactError(f"{language.code}.txt: letters of two scripts")
+        if places[0][0] == 0 and places[:26] != [(0, number) for number in range(26)]:
+            raise FactError(f"{language.code}.txt: a Latin alphabet must begin with a to z")
         rows.append(f'{{"{language.code}", "{language.name}", {round(100 * language.prior)}, '
                     f"{places[0][0]}, {len(alphabet)}, {len(alphabets)}, {len(levels)}}}")
         alphabets += [number for _, number in places]

@@ -1,0 +1,196 @@
+#include "double_byte.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdlib>
+
+#include "tables/ranked_positions.h"
+#include "zucharset.h"
+
+namespace zutext {
+namespace {
+
+constexpr size_t kRead = 64 * 1024;
+constexpr int kRanked = 600;
+// Costs in hundredths of a nat.
+constexpr int32_t kFirstRank = 220; // of the most frequent character; the others follow a Zipf law
+constexpr int32_t kSign = 450;      // of the first row: punctuation
+constexpr int32_t kHalfWidth = 700; // Japanese syllable of one byte
+constexpr int32_t kUnranked = 1100;
+constexpr int32_t kExtension = 1300; // outside the 94 by 94 characters of the national standard
+constexpr int32_t kUndefinedPair = 1400;
+constexpr int32_t kCutOff = 700;      // one byte at the text's end
+constexpr int32_t kBesideAscii = 400; // next to an ASCII letter
+constexpr int32_t kBelievablePercent = 110;
+
+bool isAsciiLetter(uint8_t byte) { return (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z'; }
+
+// Ranks of two-byte codes, 1 the most frequent, 0 none.
+struct Ranks {
+    uint16_t of[0x10000];
+
+    void add(int lead, int trail, int rank) {
+        uint16_t &entry = of[lead << 8 | trail];
+        if (entry == 0 || entry > rank)
+            entry = static_cast<uint16_t>(rank);
+    }
+};
+
+using CodeOf = void (*)(int cell, int &lead, int &trail);
+
+void eucCode(int cell, int &lead, int &trail) {
+    lead = 0xA1 + cell / 94;
+    trail = 0xA1 + cell % 94;
+}
+
+void gbkCode(int cell, int &lead, int &trail) {
+    lead = 0x81 + cell / 191;
+    trail = 0x40 + cell % 191;
+}
+
+void big5Code(int cell, int &lead, int &trail) {
+    lead = 0xA1 + cell / 158;
+    trail = 0x40 + cell % 158;
+    if (trail > 0x7F) // the table leaves out trails 80 to A0
+        trail += 0x21;
+}
+
+void shiftJisCode(int cell, int &lead, int &trail) {
+    int row = cell / 94;
+    int column = cell % 94;
+    lead = row / 2 + (row < 62 ? 0x81 : 0xC1);
+    trail = row % 2 != 0 ? column + 0x9F : column + 0x40 + (column >= 63 ? 1 : 0);
+}
+
+void fill(Ranks &ranks, const uint16_t (&cells)[kRanked], CodeOf codeOf) {
+    for (int i = 0; i < kRanked; i++) {
+        int lead;
+        int trail;
+        codeOf(cells[i], lead, trail);
+        ranks.add(lead, trail, i + 1);
+    }
+}
+
+bool fillFor(Ranks &ranks, int32_t encoding) {
+    switch (encoding) {
+        case ZU_CHARSET_CODETYPE_GBK:
+            fill(ranks, zucharset::s_u16RankedGB, eucCode);
+            fill(ranks, zucharset::s_u16RankedGBK, gbkCode);
+            return true;
+        case ZU_CHARSET_CODETYPE_BIG5:
+            fill(ranks, zucharset::s_u16RankedBIG5, big5Code);
+            return true;
+        case ZU_CHARSET_CODETYPE_CP949:
+            fill(ranks, zucharset::s_u16RankedKR, eucCode);
+            return true;
+        case kShiftJis:
+            fill(ranks, zucharset::s_u16RankedJP, shiftJisCode);
+            return true;
+        case kEucJp:
+            fill(ranks, zucharset::s_u16RankedJP, eucCode);
+            return true;
+        default:
+            return false;
+    }
+}
+
+// Whole-number approximation of 100 ln(rank), good to 4.
+int32_t logOf(int rank) {
+    constexpr int kLn2 = 6931; // in ten-thousandths
+    int power = std::bit_width(static_cast<unsigned>(rank)) - 1;
+    return (kLn2 * power + kLn2 * (rank - (1 << power)) / (1 << power)) / 100;
+}
+
+bool isPair(int32_t encoding, uint8_t lead, uint8_t trail) {
+    switch (encoding) {
+        case ZU_CHARSET_CODETYPE_GBK:
+            return lead >= 0x81 && lead <= 0xFE && trail >= 0x40 && trail <= 0xFE && trail != 0x7F;
+        case ZU_CHARSET_CODETYPE_BIG5:
+            return lead >= 0xA1 && lead <= 0xF9 && trail >= 0x40 && trail <= 0xFE && (trail <= 0x7E || trail >= 0xA1);
+        case ZU_CHARSET_CODETYPE_CP949:
+            return lead >= 0x81 && lead <= 0xFE && lead != 0xC9 && trail <= 0xFE &&
+                   (trail >= 0x81 || isAsciiLetter(trail)) && (trail >= 0xA1 || lead <= 0xC6);
+        case kShiftJis:
+            return ((lead >= 0x81 && lead <= 0x9F) || (lead >= 0xE0 && lead <= 0xFC)) && trail >= 0x40 &&
+                   trail <= 0xFC && trail != 0x7F;
+        default:
+            return lead >= 0xA1 && lead <= 0xFE && trail >= 0xA1 && trail <= 0xFE;
+    }
+}
+
+int32_t pairCost(const Ranks &ranks, int32_t encoding, uint8_t lead, uint8_t trail) {
+    if (!isPair(encoding, lead, trail))
+        return kUndefinedPair;
+    int rank = ranks.of[lead << 8 | trail];
+    if (rank != 0)
+        return kFirstRank + logOf(rank);
+    if (encoding == kShiftJis)
+        return lead == 0x81 ? kSign : kUnranked;
+    if (lead == 0xA1 || (lead == 0xA3 && encoding == ZU_CHARSET_CODETYPE_GBK))
+        return kSign;
+    bool standard = encoding == ZU_CHARSET_CODETYPE_BIG5 || (lead >= 0xA1 && trail >= 0xA1);
+    return standard ? kUnranked : kExtension;
+}
+
+size_t highBytes(Bytes text) {
+    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](uint8_t byte) { return byte >= 0x80; }));
+}
+
+int64_t costOf(Bytes text, int32_t encoding, const Ranks &ranks) {
+    int64_t cost = 0;
+    bool afterPair = false;
+    uint8_t previous = ' ';
+    for (size_t i = 0; i < text.size();) {
+        uint8_t byte = text[i];
+        uint8_t next = i + 1 < text.size() ? text[i + 1] : 0;
+        size_t length = 1;
+        bool wide = byte >= 0x80;
+        if (!wide) {
+            cost += afterPair && isAsciiLetter(byte) ? kBesideAscii : 0;
+        } else {
+            cost += isAsciiLetter(previous) ? kBesideAscii : 0;
+            if (encoding == kShiftJis && byte >= 0xA1 && byte <= 0xDF) {
+                cost += kHalfWidth;
+            } else if (encoding == kEucJp && byte == 0x8E && next >= 0xA1 && next <= 0xDF) {
+                cost += kHalfWidth;
+                length = 2;
+            } else if (i + 1 == text.size()) {
+                cost += kCutOff;
+            } else {
+                cost += pairCost(ranks, encoding, byte, next);
+                // An undefined pair may hold a line end, which then stands for itself.
+                length = isPair(encoding, byte, next) ? 2 : 1;
+            }
+        }
+        afterPair = wide;
+        previous = wide ? 0 : byte;
+        i += length;
+    }
+    return cost;
+}
+
+} // namespace
+
+bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost) {
+    auto *ranks = static_cast<Ranks *>(calloc(1, sizeof(Ranks)));
+    if (ranks == nullptr)
+        return false;
+    bool known = fillFor(*ranks, encoding);
+    if (known) {
+        Bytes start = text.first(std::min(text.size(), kRead));
+        int64_t sum = costOf(start, encoding, *ranks);
+        if (start.size() < text.size()) {
+            auto seen = static_cast<int64_t>(std::max<size_t>(highBytes(start), 1));
+            sum = sum * static_cast<int64_t>(highBytes(text)) / seen;
+        }
+        cost = static_cast<int32_t>(std::min<int64_t>(sum, INT32_MAX));
+    }
+    free(ranks);
+    return known;
+}
+
+bool isBelievable(int32_t doubleByteCost, int32_t singleByteCost) {
+    return int64_t{doubleByteCost} * 100 <= int64_t{singleByteCost} * kBelievablePercent;
+}
+
+} // namespace zutext
