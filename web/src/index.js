@@ -232,8 +232,7 @@ export class Charset {
             /** @type {Uint8Array[]} */
             const pieces = [];
             let taken = 0;
-            for await (const piece of cancellable(piecesOf(source), signal)) {
-                const bytes = asBytes(piece, 'a piece of the source');
+            for await (const bytes of cancellable(piecesOf(source), signal)) {
                 pieces.push(converter.write(bytes));
                 taken += bytes.length;
                 onProgress?.(taken);

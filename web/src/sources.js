@@ -1,7 +1,18 @@
 /** Where bytes come from. Not part of the package's interface. */
-import { describe } from './options.js';
+import { asBytes, describe } from './options.js';
 
 const PIECE = 1 << 20;
+const TURN_MS = 8;
+
+/** Resolves when what else waits in this thread has had its turn. A timer would wait longer. */
+const nextTurn = () => new Promise((resolve) => {
+    const { port1, port2 } = new MessageChannel();
+    port1.onmessage = () => {
+        port1.close();
+        resolve(undefined);
+    };
+    port2.postMessage(null);
+});
 
 /**
  * @param {any} source bytes, a Blob, a ReadableStream or something that gives pieces
@@ -13,10 +24,7 @@ export function piecesOf(source) {
     if (ArrayBuffer.isView(source) || source instanceof ArrayBuffer) {
         const bytes = ArrayBuffer.isView(source)
             ? new Uint8Array(source.buffer, source.byteOffset, source.byteLength) : new Uint8Array(source);
-        return slices(bytes.length, async (from, to) => {
-            await new Promise((resolve) => setTimeout(resolve));
-            return bytes.subarray(from, to);
-        });
+        return slices(bytes.length, async (from, to) => bytes.subarray(from, to));
     }
     if (typeof ReadableStream !== 'undefined' && source instanceof ReadableStream)
         return contents(source);
@@ -52,7 +60,7 @@ function contents(stream) {
 }
 
 /**
- * The same pieces, until the signal ends the waiting for the next.
+ * The same pieces, with turns for others in between, until the signal ends the waiting for the next.
  * @param {AsyncIterator<unknown>} iterator
  * @param {AbortSignal | undefined} signal
  */
@@ -65,15 +73,23 @@ export async function* cancellable(iterator, signal) {
     stopped.catch(() => {});
     signal?.addEventListener('abort', stop);
     let finished = false;
+    let turn = performance.now();
     try {
         for (;;) {
-            signal?.throwIfAborted();
             const { done, value } = await Promise.race([iterator.next(), stopped]);
             if (done) {
                 finished = true;
                 return;
             }
-            yield value;
+            const bytes = asBytes(value, 'a piece of the source');
+            for (let at = 0; at < bytes.length; at += PIECE) {
+                if (performance.now() - turn > TURN_MS) {
+                    await nextTurn();
+                    turn = performance.now();
+                }
+                signal?.throwIfAborted();
+                yield bytes.subarray(at, at + PIECE);
+            }
         }
     } finally {
         signal?.removeEventListener('abort', stop);
