@@ -1,21 +1,69 @@
 #!/usr/bin/env bash
-# Builds and runs every test: on this machine as released and under the sanitizers (of threads: where threads meet), and
-# on 32-bit ARM under emulation.
-#   ./test.sh            everything
-#   ./test.sh PRESET...  only these presets: release, debug, tsan, arm
+# Builds and runs every test.
+#   ./test.sh            all suites
+#   ./test.sh SUITE...   only these
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 source tools/packages.sh
 
-presets=("$@")
-[ ${#presets[@]} -gt 0 ] || presets=(release debug tsan arm)
-need_packages "${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}"
+# One row a suite: what it is, the command that builds and runs it, and the Debian packages that this needs.
+suites=()
+declare -A about command packages
+suite() {
+    suites+=("$1")
+    about[$1]=$2 command[$1]=$3 packages[$1]=${*:4}
+}
+preset() { # NAME: of CMakePresets.json
+    cmake --preset "$1" -DZUCHARSET_TESTS=ON >/dev/null
+    cmake --build --preset "$1" -- --quiet
+    ctest --preset "$1" --parallel "$(nproc)"
+}
+x86_64_v3() {
+    if /lib64/ld-linux-x86-64.so.2 --help | grep -q 'x86-64-v3 (supported'; then
+        preset x86-64-v3
+    else
+        echo "Left out: this processor is no x86-64-v3."
+    fi
+}
+both=("${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}")
+suite release     "as released"                                           "preset release"     "${both[@]}"
+suite x86-64-v3   "as released, for processors with AVX2"                 x86_64_v3            "${both[@]}"
+suite clang       "as released, built by clang"                           "preset clang"       "${both[@]}" "${CLANG_PACKAGES[@]}"
+suite debug       "under the address and undefined-behaviour sanitizers"  "preset debug"       "${both[@]}"
+suite debug-plain "the same, of the code for processors without vectors"  "preset debug-plain" "${both[@]}"
+suite tsan        "under the thread sanitizer, where threads meet"        "preset tsan"        "${both[@]}"
+suite arm         "32-bit ARM, emulated"                                  "preset arm"         "${both[@]}" "${ARM_PACKAGES[@]}"
+suite arm-neon    "32-bit ARM with NEON, emulated"                        "preset arm-neon"    "${both[@]}" "${ARM_PACKAGES[@]}"
+suite arm64       "64-bit ARM, emulated"                                  "preset arm64"       "${both[@]}" "${ARM64_PACKAGES[@]}"
+suite web         "the JavaScript package and the page, in a browser"     "./web.sh test"      "${WEB_PACKAGES[@]}" "${WEB_TEST_PACKAGES[@]}"
 
-for preset in "${presets[@]}"; do
-    echo "== $preset: building"
-    cmake --preset "$preset" -DZUCHARSET_TESTS=ON >/dev/null
-    cmake --build --preset "$preset" -- --quiet
-    echo "== $preset: testing"
-    ctest --preset "$preset" --parallel "$(nproc)"
+usage() {
+    sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"
+    echo "Suites:"
+    for name in "${suites[@]}"; do
+        printf '  %-12s %s\n' "$name" "${about[$name]}"
+    done
+}
+chosen=("$@")
+for name in "${chosen[@]}"; do
+    case $name in
+        -h | --help) usage; exit ;;
+        *) [ -n "${command[$name]-}" ] || { echo "error: there is no suite '$name'" >&2; usage >&2; exit 2; } ;;
+    esac
 done
-echo "All tests passed: ${presets[*]}"
+[ ${#chosen[@]} -gt 0 ] || chosen=("${suites[@]}")
+
+# All at once: the archive is asked only once.
+needed=()
+for name in "${chosen[@]}"; do
+    needed+=(${packages[$name]})
+done
+mapfile -t needed < <(printf '%s\n' "${needed[@]}" | sort -u)
+need_packages "${needed[@]}"
+for name in "${chosen[@]}"; do
+    echo "== $name: ${about[$name]}"
+    SECONDS=0
+    ${command[$name]}
+    echo "== $name took $((SECONDS / 60)) min $((SECONDS % 60)) s"
+done
+echo "All tests passed: ${chosen[*]}"

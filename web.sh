@@ -8,21 +8,12 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 source tools/packages.sh
 
-WEB_PACKAGES=(cmake ninja-build clang lld wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32 python3)
-TEST_PACKAGES=(chromium fonts-droid-fallback gzip)
-
 usage() {
     sed -n '2,/^set /{s/^# \{0,1\}//p}' "$0"
 }
 
-# A Node of one's own will do; where there is none, Debian's.
-need_node() {
-    command -v node >/dev/null && command -v npm >/dev/null || need_packages nodejs npm
-}
-
 build() {
     need_packages "${WEB_PACKAGES[@]}"
-    need_node
     # Configuring goes to a file: it says a lot about a system that it does not know.
     mkdir -p build/wasm
     if ! cmake --preset wasm >build/wasm/configure.log 2>&1; then
@@ -54,7 +45,7 @@ serve)
     serve "${2:-}"
     ;;
 test)
-    need_packages "${TEST_PACKAGES[@]}"
+    need_packages "${WEB_TEST_PACKAGES[@]}"
     build
     cd web
     npx --no-install eslint .
@@ -62,7 +53,7 @@ test)
     node --test --test-concurrency=1 test/
     ;;
 bench)
-    need_packages "${TEST_PACKAGES[@]}"
+    need_packages "${WEB_TEST_PACKAGES[@]}"
     build
     node web/tools/bench.js
     ;;

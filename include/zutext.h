@@ -102,8 +102,11 @@ ZUTEXT_API const zutext_encoding *zutext_find_encoding(const char *name, size_t 
 
 /**
  * Names near one that nothing has, for "did you mean": at most three, separated by ", ".
- * @param names     out: the list, cut at size; empty when nothing is near
- * @param languages 1: languages too, by code and name
+ * @param name       what was given; need not end with a 0 byte
+ * @param length     its length in bytes
+ * @param languages  1: languages too, by code and name
+ * @param names      out: the list, cut to fit; empty when nothing is near
+ * @param size       room in names, at least 1
  */
 ZUTEXT_API void zutext_near_names(const char *name, size_t length, int32_t languages, char *names, size_t size);
 
@@ -203,6 +206,8 @@ ZUTEXT_API const char *zutext_language_name(const char *code);
 /**
  * Judges a whole text.
  * @param bytes    the text; may be null when length is 0
+ * @param length   its length in bytes
+ * @param options  how to judge; may be null
  * @param verdict  out
  * @return ZUTEXT_OK also for no text and unsupported encodings: the verdict says so
  */
@@ -269,8 +274,9 @@ ZUTEXT_API int32_t zutext_open(const zutext_options *options, zutext_stream **st
 /**
  * Takes the next piece of the text, cut anywhere. Plain ASCII passes; from the first other byte the stream gathers its
  * sample, judges, and converts what it holds and all that follows. Until then output may be empty.
+ * @param stream  from zutext_open()
  * @param bytes   read only during the call; may be null when length is 0
- * @param length  any; a piece of 64 KiB costs least memory
+ * @param length  in bytes, any; a piece of 64 KiB costs least memory
  * @param output  out: what is ready; may be null with ZUTEXT_JUDGE_ONLY
  * @return ZUTEXT_ERROR_NOT_TEXT and ZUTEXT_ERROR_UNSUPPORTED as soon as the verdict is one that cannot be converted.
  * After an error only zutext_verdict_of(), zutext_account_of() and zutext_close() are allowed.
@@ -306,8 +312,11 @@ typedef struct zutext_text {
 
 /**
  * Converts a whole text to UTF-8.
- * @param text  out: to be released with zutext_release(). After ZUTEXT_ERROR_NOT_TEXT and ZUTEXT_ERROR_UNSUPPORTED its
- *              verdict is filled in; there is nothing to release after an error, though it does no harm.
+ * @param bytes    the text; may be null when length is 0
+ * @param length   its length in bytes
+ * @param options  how to judge and convert; may be null
+ * @param text     out: to be released with zutext_release(). After ZUTEXT_ERROR_NOT_TEXT and ZUTEXT_ERROR_UNSUPPORTED
+ * its verdict is filled in; there is nothing to release after an error, though it does no harm.
  */
 ZUTEXT_API int32_t zutext_convert(const uint8_t *bytes, size_t length, const zutext_options *options,
                                   zutext_text *text);
@@ -368,6 +377,8 @@ ZUTEXT_API int32_t zutext_explain(const uint8_t *bytes, size_t length, const zut
 /**
  * Shows the lines of a text that tell most about its encoding, read in one encoding. The choice of lines depends on the
  * bytes alone, so that previews in several encodings stand side by side.
+ * @param bytes     the text, or the start of it; may be null when length is 0
+ * @param length    its length in bytes
  * @param encoding  id; single-byte encodings that are not converted can be shown too
  * @param lines     how many at most, 1 to 8
  * @param text      out: lines, each cut at about 70 characters, with '\n' between them; ends with a 0 byte;

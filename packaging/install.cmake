@@ -1,56 +1,57 @@
-# What `cmake --install` puts in place, the packages that CPack makes of it, the examples and the reference.
+# What `cmake --install` puts in place, by components; packages.cmake makes a Debian package of each.
 # Included at the end of the root CMakeLists.txt.
-include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
+set(generated ${PROJECT_BINARY_DIR}/packaging)
+set(ZUCHARSET_ZSH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATADIR}/zsh/site-functions CACHE STRING
+    "Folder of completions for zsh, below the prefix")
 
-# --- Installation ---
-# Four components. The stand-in stands apart, so that a player's own utility library can take its place.
-#   runtime      libzucharset.so
-#   standin      libvemora_utils.so and its header
-#   development  header, CMake package, pkg-config file
-#   command      zucharset and its manual page
+# A library with its header and its pkg-config file.
+file(RELATIVE_PATH pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+function(install_library target name component description)
+    install(TARGETS ${target} LIBRARY COMPONENT ${component})
+    foreach(level IN LISTS ZUCHARSET_HWCAPS)
+        install(TARGETS ${target}_${level} LIBRARY
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/glibc-hwcaps/${level} COMPONENT ${component})
+    endforeach()
+    if(TARGET ${target}_static)
+        install(TARGETS ${target}_static ARCHIVE COMPONENT development)
+    endif()
+    install(FILES include/${name}.h TYPE INCLUDE COMPONENT development)
+    configure_file(packaging/library.pc.in ${generated}/${name}.pc @ONLY)
+    install(FILES ${generated}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endfunction()
 
-# A copied installation stays usable: each program and library finds its libraries by its own place.
-file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-set_target_properties(zucharset_lib PROPERTIES INSTALL_RPATH "$ORIGIN")
-
-install(TARGETS zucharset_lib LIBRARY COMPONENT runtime)
-install(TARGETS vemora_utils LIBRARY COMPONENT standin)
-install(FILES platform/vemora_utils.h TYPE INCLUDE COMPONENT standin)
-install(FILES include/zucharset.h TYPE INCLUDE COMPONENT development)
-if(TARGET zucharset_cli)
-    set_target_properties(zucharset_cli PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
-    install(TARGETS zucharset_cli RUNTIME COMPONENT command)
-    install(FILES man/zucharset.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
+install_library(zucharset_lib zucharset runtime "${PROJECT_DESCRIPTION}")
+if(TARGET zutext_lib)
+    install_library(zutext_lib zutext text "Text of unknown encoding to UTF-8, with an account of what is lost")
 endif()
 
+# The stand-in stands apart, so that a player's own utility library can take its place.
+install(TARGETS vemora_utils LIBRARY COMPONENT standin)
+install(FILES platform/vemora_utils.h TYPE INCLUDE COMPONENT standin_development)
+
 set(config_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zucharset)
-set(generated ${CMAKE_BINARY_DIR}/packaging)
 configure_package_config_file(cmake/zucharset-config.cmake.in ${generated}/zucharset-config.cmake
     INSTALL_DESTINATION ${config_dir}
-    PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR
-    NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+    PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
 write_basic_package_version_file(${generated}/zucharset-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${generated}/zucharset-config.cmake ${generated}/zucharset-config-version.cmake
     DESTINATION ${config_dir} COMPONENT development)
 
-file(RELATIVE_PATH pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-configure_file(packaging/zucharset.pc.in ${generated}/zucharset.pc @ONLY)
-install(FILES ${generated}/zucharset.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
-
-# --- Packages ---
-include(${CMAKE_CURRENT_LIST_DIR}/packages.cmake)
-
-# --- Examples ---
-option(ZUCHARSET_EXAMPLES "Build the example programs" ${ZUCHARSET_TESTS})
-if(ZUCHARSET_EXAMPLES)
-    add_subdirectory(examples)
+if(TARGET zucharset_cli)
+    # A copied installation stays usable: the command finds its libraries by its own place, in the build folder too.
+    # The one run path everywhere, since the one that CMake rewrites is padded with empty entries.
+    file(RELATIVE_PATH bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+    set_target_properties(zucharset_cli PROPERTIES
+        BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "$ORIGIN;$ORIGIN/${bin_to_lib}")
+    install(TARGETS zucharset_cli RUNTIME COMPONENT command)
+    install(FILES man/zucharset.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)
+    install(FILES completions/zucharset.bash RENAME zucharset
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command)
+    install(FILES completions/zucharset.zsh RENAME _zucharset
+        DESTINATION ${ZUCHARSET_ZSH_COMPLETIONS_DIR} COMPONENT command)
 endif()
 
-# --- Reference of the header, as HTML: cmake --build FOLDER --target doc ---
-find_program(DOXYGEN doxygen)
-if(DOXYGEN)
-    configure_file(docs/Doxyfile.in ${CMAKE_BINARY_DIR}/Doxyfile @ONLY)
-    add_custom_target(doc COMMAND ${DOXYGEN} ${CMAKE_BINARY_DIR}/Doxyfile
-        COMMENT "Reference in ${CMAKE_BINARY_DIR}/reference/html" VERBATIM)
+if(PROJECT_IS_TOP_LEVEL)
+    include(${CMAKE_CURRENT_LIST_DIR}/packages.cmake)
 endif()

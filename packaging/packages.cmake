@@ -4,59 +4,100 @@ set(CPACK_PACKAGE_NAME zucharset)
 # Each package has a description of its own.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_VENDOR "the zucharset maintainers")
-set(CPACK_PACKAGE_CONTACT "zucharset maintainers <maintainers@zucharset.invalid>")
+# The project has no domain of its own, and makes none up: mail stays on the machine.
+set(CPACK_PACKAGE_CONTACT "zucharset maintainers <zucharset@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL runtime standin development command)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_LIST_DIR}/dependencies.cmake)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/prepare_package.cmake)
-set(CPACK_ZUCHARSET_SOURCE ${CMAKE_SOURCE_DIR})
-set(CPACK_ZUCHARSET_BUILD ${CMAKE_BINARY_DIR})
+set(CPACK_ZUCHARSET_SOURCE ${PROJECT_SOURCE_DIR})
+set(CPACK_ZUCHARSET_BUILD ${PROJECT_BINARY_DIR})
 set(CPACK_ZUCHARSET_READELF ${CMAKE_READELF})
 string(REGEX MATCH "^[0-9]+" CPACK_ZUCHARSET_COMPILER ${CMAKE_CXX_COMPILER_VERSION})
-if(CMAKE_CROSSCOMPILING AND CMAKE_SYSTEM_PROCESSOR STREQUAL arm)
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+if(CMAKE_CROSSCOMPILING)
+    set(names_of_arm armhf)
+    set(names_of_aarch64 arm64)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${names_of_${CMAKE_SYSTEM_PROCESSOR}})
 endif()
+set(CPACK_COMPONENTS_ALL "")
+
+# debian_package(COMPONENT NAME SECTION MULTI_ARCH
+#     [DEPENDS PACKAGE...]      packages of this project or of others; the system's libraries are found out
+#     [REPLACES NAME]           a virtual name that only one installed package may have
+#     [BINARIES FILE...]        what is built of it, in the build folder, in C; CXX_BINARIES: in C++
+#     [OVERRIDES TAG...]        what lintian says and what holds all the same, each with the reason beside it
+#     DESCRIPTION SUMMARY LONG)
+macro(debian_package component name section multi_arch)
+    cmake_parse_arguments(arg "" "REPLACES" "DEPENDS;BINARIES;CXX_BINARIES;OVERRIDES;DESCRIPTION" ${ARGN})
+    string(TOUPPER ${component} upper)
+    list(APPEND CPACK_COMPONENTS_ALL ${component})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_MULTIARCH ${multi_arch})
+    list(JOIN arg_DEPENDS ", " CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS)
+    foreach(field PROVIDES CONFLICTS REPLACES)
+        set(CPACK_DEBIAN_${upper}_PACKAGE_${field} ${arg_REPLACES})
+    endforeach()
+    list(JOIN arg_DESCRIPTION "\n" CPACK_DEBIAN_${upper}_DESCRIPTION)
+    if("${section}" STREQUAL libs)
+        set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
+    endif()
+    set(CPACK_ZUCHARSET_${upper}_BINARIES ${arg_BINARIES})
+    set(CPACK_ZUCHARSET_${upper}_CXX_BINARIES ${arg_CXX_BINARIES})
+    set(CPACK_ZUCHARSET_${upper}_OVERRIDES ${arg_OVERRIDES})
+endmacro()
+set(exactly "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+set(text_libraries "")
+set(text_package "")
 
 # Without a version in the library's file name, the record's version word (1) stands for its interface.
-set(runtime_package libzucharset1)
-set(exact "${runtime_package} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
+debian_package(runtime libzucharset1 libs same
+    BINARIES libzucharset.so
+    DEPENDS "libvemora-utils-standin | libvemora-utils"
+    DESCRIPTION "Character-set detection and conversion to UTF-8 - library"
+        "Names the encoding of subtitles and other text, and converts 31 encodings to"
+        "UTF-8. It is a shared library with a C interface for media players.")
 
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libvemora-utils-standin | libvemora-utils")
-set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Character-set detection and conversion to UTF-8 - library
-Names the encoding of subtitles and other text, and converts 31 encodings to
-UTF-8. It is a shared library with a C interface for media players.")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
+if(TARGET zutext_lib)
+    set(text_package "libzutext1 ${exactly}")
+    debian_package(text libzutext1 libs same
+        BINARIES libzutext.so
+        DEPENDS "libzucharset1 ${exactly}"
+        DESCRIPTION "Text of unknown encoding to UTF-8, as a person would read it - library"
+            "Finds the encoding that makes sense of a text, says how sure that is,"
+            "converts it to well-formed UTF-8 and keeps an exact account of what is lost.")
+endif()
 
-set(CPACK_DEBIAN_STANDIN_PACKAGE_NAME libvemora-utils-standin)
-set(CPACK_DEBIAN_STANDIN_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_STANDIN_PACKAGE_PROVIDES libvemora-utils)
-set(CPACK_DEBIAN_STANDIN_PACKAGE_CONFLICTS libvemora-utils)
-set(CPACK_DEBIAN_STANDIN_PACKAGE_REPLACES libvemora-utils)
-set(CPACK_DEBIAN_STANDIN_DESCRIPTION "Stand-in for a media player's utility library
-The log sink and the bounded memory functions that libzucharset calls, for
-machines without a player that brings its own. A player's package of the
-virtual name libvemora-utils takes its place.")
-set(CPACK_DEBIAN_STANDIN_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
+debian_package(standin libvemora-utils-standin libs same
+    BINARIES libvemora_utils.so
+    REPLACES libvemora-utils
+    DESCRIPTION "Stand-in for a media player's utility library"
+        "The log sink and the bounded memory functions that libzucharset calls, for"
+        "machines without a player that brings its own. A player's package of the"
+        "virtual name libvemora-utils takes its place.")
 
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libzucharset-dev)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${exact}")
-set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Character-set detection and conversion to UTF-8 - development files
-The C header, which is also the manual of the interface, with a CMake package
-and a pkg-config file.")
+debian_package(standin_development libvemora-utils-standin-dev libdevel same
+    DEPENDS "libvemora-utils-standin ${exactly}"
+    REPLACES libvemora-utils-dev
+    DESCRIPTION "Stand-in for a media player's utility library - header"
+        "The functions that a media player's own utility library has to offer to"
+        "libzucharset, as a C header.")
 
-set(CPACK_DEBIAN_COMMAND_PACKAGE_NAME zucharset)
-set(CPACK_DEBIAN_COMMAND_PACKAGE_SECTION text)
-set(CPACK_DEBIAN_COMMAND_PACKAGE_DEPENDS "${exact}")
-set(CPACK_DEBIAN_COMMAND_DESCRIPTION "Name the encoding of subtitle files and convert them to UTF-8
-The zucharset command detects the encoding of text files, converts them to
-UTF-8 and tells where text would be lost.")
+debian_package(development libzucharset-dev libdevel same
+    DEPENDS "libzucharset1 ${exactly}" ${text_package}
+    DESCRIPTION "Character-set detection and conversion to UTF-8 - development files"
+        "The C headers, which are also the manual of the interface, with a CMake"
+        "package and pkg-config files.")
+
+debian_package(command zucharset text foreign
+    CXX_BINARIES zucharset
+    DEPENDS "libzucharset1 ${exactly}" ${text_package}
+    DESCRIPTION "Name the encoding of subtitle files and convert them to UTF-8"
+        "The zucharset command detects the encoding of text files, converts them to"
+        "UTF-8 and tells where text would be lost.")
 
 include(CPack)

@@ -44,7 +44,7 @@ TEST(Accuracy, NaturalText) {
         if (converter == reinterpret_cast<iconv_t>(-1))
             GTEST_SKIP() << "the C library has no " << encoding << " here";
         std::printf("%-30s", row);
-        for (const size_t size : {30, 100, 300, 1000, 2000}) {
+        for (const size_t size : {30U, 100U, 300U, 1000U, 2000U}) {
             const char *cue = "\r\n\r\n12\r\n00:00:12,000 --> 00:00:12,900\r\n";
             const auto characters = charactersOf(sample, converter, size == 2000 ? cue : "\n");
             size_t right = 0, cuts = 0;

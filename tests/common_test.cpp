@@ -46,8 +46,8 @@ TEST(Log, Lines) {
 
 TEST(Memory, GrowsWithZeros) {
     EXPECT_EQ(CHARSET_MALLOCZ(0), nullptr);
-    for (const uint32_t oldSize : {0, 8}) {
-        for (const uint32_t newSize : {0, 4, 8, 9, 16, 100}) { // the last one cannot be had
+    for (const uint32_t oldSize : {0U, 8U}) {
+        for (const uint32_t newSize : {0U, 4U, 8U, 9U, 16U, 100U}) { // the last one cannot be had
             string content = string("abcdefgh").substr(0, oldSize);
             std::free(std::memset(std::malloc(16), 0xFF, 16)); // so that a fresh block is not zero by chance
             void *const old = CHARSET_MALLOCZ(oldSize);

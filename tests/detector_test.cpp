@@ -122,7 +122,7 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
         SCORES_S early{};
         _Detector_pairs_probability(*instance, bytes, goal, early);
         early.as32[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(*instance, bytes, goal);
-        for (const int candidate : {0, 1, 2, 4, 5, 8, 9, 12, 13}) {
+        for (const unsigned candidate : {0U, 1U, 2U, 4U, 5U, 8U, 9U, 12U, 13U}) {
             const int32_t lost =
                 exact[candidate] >= target ? exact[candidate] : std::min(early.as32[candidate], target - 1);
             ASSERT_EQ(early.as32[candidate], lost) << candidate << " " << target << testing::PrintToString(text);

@@ -73,13 +73,13 @@ TEST(Digest, IsTheSameOnEveryTarget) {
                         "81FE3039, C0DF80BF, 20FE0000, 00004EFF, 1B2824FF, 7B7E2177")) {
         for (size_t size = 1; size <= 70; ++size)
             add(mixture(kind, size, random));
-        for (const size_t size : {999, 1024, 4095, 120000})
+        for (const size_t size : {999U, 1024U, 4095U, 120000U})
             add(mixture(kind, size, random));
     }
     for (const std::string &unit :
          plain::fromHex("E4B8AD, E4B8ADC3A9F09F9880, C4E3BAC3, A7DAA640, BEC8B3E7, 4E2D, 2D4E, "
                         "CFF0E8E2E5F220, 7E7B30217E7D, 1B2429413021, C4E3*200 E4B8AD")) {
-        for (const size_t times : {1, 2, 3, 22, 65, 3000}) {
+        for (const size_t times : {1U, 2U, 3U, 22U, 65U, 3000U}) {
             std::string text;
             for (size_t i = 0; i < times && text.size() < 30000; ++i)
                 text += unit;

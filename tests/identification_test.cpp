@@ -36,7 +36,7 @@ bool accepts(int32_t (*test)(const uint8_t *, int32_t), const string &text) {
 TEST(Identification, EveryByteOfEverySet) {
     for (const auto &[test, codeType] : plain::cascade) {
         for (int byte = 0; byte < 256 && test != IsUnicodeBE && test != IsUnicodeLE; ++byte) {
-            for (const size_t before : {0, 7, 250}) { // one foreign byte decides, however long the text is
+            for (const size_t before : {0U, 7U, 250U}) { // one foreign byte decides, however long the text is
                 const string text = string(before, 'a') + static_cast<char>(byte) + string(before / 2, 'b');
                 const bool tooManySymbols = test == IsIso8859_1 && before == 0 && byte > 0xA0 && byte < 0xC0;
                 EXPECT_EQ(accepts(test, text), knows(codeType, byte) && !tooManySymbols) << codeType << ' ' << byte;

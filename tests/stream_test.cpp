@@ -44,7 +44,7 @@ TEST(Stream, PartsGiveTheWhole) {
             whole += piece.out;
         }
         const Handle handle(converterOf(type));
-        const auto check = [&](size_t cut, size_t capacity) {
+        const auto check = [&, type = type](size_t cut, size_t capacity) {
             size_t consumed = 0, written = 0;
             for (const Piece &piece : characters) {
                 if (consumed + piece.in.size() + (piece.awaits ? 1 : 0) > cut || written + piece.out.size() > capacity)

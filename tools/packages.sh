@@ -15,13 +15,22 @@ need_packages() {
         fi
         as_root=(sudo)
     fi
-    if ! { "${as_root[@]}" apt-get update -qq && "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null; }; then
+    # Several scripts may run at a time: each waits for the other's installation.
+    local apt=("${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o DPkg::Lock::Timeout=300)
+    if ! { "${apt[@]}" update && "${apt[@]}" install -y --no-install-recommends "${missing[@]}" >/dev/null; }; then
         echo "error: could not install ${missing[*]}; install them by hand and start again" >&2
         return 1
     fi
 }
 
-# The packages that a build needs, and those that the tests need besides.
+# The packages that a build needs, and those that its tests need besides.
 BUILD_PACKAGES=(g++ cmake ninja-build libcli11-dev)
-TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-tools g++-arm-linux-gnueabihf qemu-user)
+TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-tools)
+# What builds for another architecture, and runs that here.
+ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
+ARM64_PACKAGES=(g++-aarch64-linux-gnu qemu-user)
+CLANG_PACKAGES=(clang libclang-rt-14-dev)
+# What web.sh builds with, and tests with besides. A Node of one's own will do; where there is none, it takes Debian's.
+WEB_PACKAGES=(cmake ninja-build clang lld wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32 python3)
+WEB_TEST_PACKAGES=(chromium fonts-droid-fallback)
+command -v npm >/dev/null || WEB_PACKAGES+=(nodejs npm)

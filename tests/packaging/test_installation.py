@@ -12,6 +12,8 @@ import tempfile
 import unittest
 from pathlib import Path
 
+import run_paths
+
 ROOT = Path(__file__).resolve().parents[2]
 CONSUMER = Path(__file__).resolve().parent / "consumer"
 SAMPLES = {"gbk": "GBK", "big5": "BIG5", "cp949": "UHC", "utf16le": "UTF-16LE", "utf8": "UTF-8"}
@@ -45,6 +47,28 @@ class Installation(unittest.TestCase):
                 path = ROOT / "samples/subtitles" / f"{sample}.srt"
                 expected = run("iconv", "-f", encoding, "-t", "UTF-8", path)
                 self.assertEqual(run(program, path, env={**os.environ, **environment}), expected)
+
+    def test_run_paths(self):
+        self.assertEqual(run_paths.faults([self.prefix]), [])
+
+    def test_loader_takes_the_library_for_its_processor(self):
+        folders = {path.parent.name: path.parent for path in self.library.glob("glibc-hwcaps/*/libzucharset.so")}
+        if not folders:
+            self.skipTest("no library for better processors on this architecture")
+        command = self.prefix / "bin/zucharset"
+        loader = re.search(r"interpreter: (.*)\]", run("readelf", "-lW", command).decode())[1]
+        for level, folder in folders.items():
+            # The loader says itself what it would load, as it is and kept from looking in any of its folders.
+            for options, expected in (([], folder), (["--glibc-hwcaps-mask", "none"], self.library)):
+                with self.subTest(level=level, options=options):
+                    if not options and f"{level} (supported, searched)" not in run(loader, "--help").decode():
+                        self.skipTest(f"this processor is no {level}")
+                    loaded = dict(re.findall(r"(\S+) => (\S+)", run(loader, *options, "--list", command).decode()))
+                    self.assertEqual(Path(loaded["libzucharset.so"]).resolve().parent, expected.resolve())
+                    self.assertEqual(Path(loaded["libvemora_utils.so"]).resolve().parent, self.library.resolve())
+                    path = ROOT / "samples/subtitles/gbk.srt"
+                    self.assertEqual(run(loader, *options, command, "convert", path),
+                                     run("iconv", "-f", "GBK", "-t", "UTF-8", path))
 
     def test_find_package(self):
         build = self.scratch / "find_package"
@@ -82,15 +106,18 @@ class Installation(unittest.TestCase):
     def test_components(self):
         """The player's own utility library takes the place of the stand-in, so that must be separable."""
         files = {}
-        for component in ("runtime", "standin", "development", "command"):
+        for component in ("runtime", "text", "standin", "standin_development", "development", "command"):
             prefix = self.scratch / "components" / component
             run("cmake", "--install", BUILD, "--prefix", prefix, "--component", component)
-            files[component] = sorted(path.name for path in prefix.rglob("*") if path.is_file())
+            files[component] = sorted({path.name for path in prefix.rglob("*") if path.is_file()})
         self.assertEqual(files, {
             "runtime": ["libzucharset.so"],
-            "standin": ["libvemora_utils.so", "vemora_utils.h"],
-            "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h", "zucharset.pc"],
-            "command": ["zucharset", "zucharset.1"],
+            "text": ["libzutext.so"],
+            "standin": ["libvemora_utils.so"],
+            "standin_development": ["vemora_utils.h"],
+            "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h",
+                            "zucharset.pc", "zutext.h", "zutext.pc"],
+            "command": ["_zucharset", "zucharset", "zucharset.1"],
         })
 
     def test_manual_page_names_every_option(self):
