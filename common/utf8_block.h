@@ -27,7 +27,7 @@ typedef uint8_t VECTOR_U8_HALF __attribute__((vector_size(8)));
 typedef uint8_t VECTOR_U8_QUARTER __attribute__((vector_size(4)));
 typedef int8_t VECTOR_MASK __attribute__((vector_size(16))); // of a comparison of bytes: -1 where it holds
 
-#if (defined(__SSE2__) || defined(__ARM_NEON)) && !defined(ZUCHARSET_WITHOUT_VECTORS)
+#if (defined(__SSE2__) || defined(__ARM_NEON) || defined(__wasm_simd128__)) && !defined(ZUCHARSET_WITHOUT_VECTORS)
 constexpr bool HAS_VECTORS = true;
 #else
 constexpr bool HAS_VECTORS = false;
