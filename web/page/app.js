@@ -11,7 +11,7 @@ import { bytesOfPaste } from './paste.js';
  */
 
 const OPEN_UP_TO = 20; // unsure files: with more of them, their other readings wait to be asked for
-const CARDS_AT_ONCE = 50;
+const CARDS_AT_ONCE = 20;
 const NEWS_MS = 1500;
 
 /** @type {Card[]} */
@@ -56,18 +56,15 @@ const page = {
 
 /** @param {Dropped[]} files */
 async function add(files) {
-    const made = files.map(({ file, path }) => new Card(file, path, page));
-    cards.push(...made);
-    document.body.classList.toggle('working', cards.length > 0);
     // A few at a time, so that thousands of them do not keep the page waiting.
-    for (let at = 0; at < made.length; at += CARDS_AT_ONCE) {
-        part('list').append(...made.slice(at, at + CARDS_AT_ONCE).map((card) => card.element));
+    for (let at = 0; at < files.length; at += CARDS_AT_ONCE) {
+        const made = files.slice(at, at + CARDS_AT_ONCE).map(({ file, path }) => new Card(file, path, page));
+        cards.push(...made);
+        part('list').append(...made.map((card) => card.element));
+        for (const card of made)
+            void card.read();
         summarizeSoon();
         await new Promise((resolve) => setTimeout(resolve));
-    }
-    for (const card of made) {
-        if (cards.includes(card))
-            void card.read();
     }
 }
 

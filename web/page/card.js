@@ -1,7 +1,7 @@
 // One file on the page: what it is, how it reads, and what can be done with it.
 import { Cancelled, request } from './client.js';
 import { currentLanguage, languageName, size, text, translate } from './i18n.js';
-import { firstLines } from './subtitles.js';
+import { firstLines, isSubRip } from './subtitles.js';
 import { whyPanel } from './why.js';
 
 /**
@@ -102,7 +102,7 @@ export class Card {
     get entry() {
         const found = /** @type {Found} */ (this.found);
         return {
-            file: this.file, path: this.path, byBrowser: found.byBrowser,
+            file: this.file, path: this.path, byBrowser: found.byBrowser, isSubRip: isSubRip(this.path, found.head),
             choice: { from: found.detection.encoding, prefer: '' },
         };
     }
@@ -194,7 +194,7 @@ export class Card {
         const { found, state } = this;
         if (found === null)
             return state === 'cancelled' ? text('cancelledNotice') : text('error', { message: this.error });
-        const { detection, byBrowser, lost, lostAt } = found;
+        const { detection, byBrowser, lost, atLeast, lostAt } = found;
         const parts = [];
         if (detection.kind === 'empty')
             parts.push(text('empty'));
@@ -208,7 +208,7 @@ export class Card {
             parts.push(text('unsure'));
         if (lost > 0) {
             const where = lostAt === null ? '' : text(lost === 1 ? 'lostAt' : 'lostFrom', { offset: lostAt });
-            parts.push(text('lost', { count: lost, where }));
+            parts.push(atLeast ? text('lostAll', { where }) : text('lost', { count: lost, where }));
         }
         return parts.join(' ');
     }
@@ -221,9 +221,11 @@ export class Card {
         const button = this.#part('.save');
         button.textContent = text('saving');
         try {
-            const { name, blob } = await request('save', { entry: this.entry, options: this.page.options() }).result;
+            const options = this.page.options();
+            const { name, blob } = await request('save', { entry: this.entry, options }).result;
             download(name, blob);
-            this.page.say(text('newsSaved', { name }));
+            const untimed = options.vtt && /\.srt$/i.test(name);
+            this.page.say(`${text('newsSaved', { name })} ${untimed ? text('noCues', { name }) : ''}`);
         } catch (error) {
             this.page.say(text('error', { message: /** @type {Error} */ (error).message }));
         } finally {

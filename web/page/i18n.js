@@ -6,6 +6,19 @@ export const LANGUAGES = { en: 'English', de: 'Deutsch', zh: '中文' };
 let texts = {};
 let language = 'en';
 
+/**
+ * What the browser knows of a language. Making such an object takes long, and thousands of files ask for it.
+ * @type {Map<string, any>}
+ */
+const made = new Map();
+
+/** @template T @param {string} key @param {() => T} make @returns {T} */
+function once(key, make) {
+    if (!made.has(key))
+        made.set(key, make());
+    return made.get(key);
+}
+
 /** @returns {string} */
 export const currentLanguage = () => language;
 
@@ -19,6 +32,7 @@ export function preferredLanguage() {
 export async function useLanguage(name) {
     texts = await (await fetch(`texts/${name}.json`)).json();
     language = name;
+    made.clear();
     document.documentElement.lang = name === 'zh' ? 'zh-Hans' : name;
     translate(document);
 }
@@ -31,10 +45,11 @@ export async function useLanguage(name) {
 export function text(key, values = {}) {
     let found = texts[key];
     if (typeof found === 'object')
-        found = found[new Intl.PluralRules(language).select(Number(values.count))] ?? found.other;
+        found = found[once('plural', () => new Intl.PluralRules(language)).select(Number(values.count))] ?? found.other;
     return String(found ?? key).replace(/\{(\w+)\}/g, (_, name) => {
         const value = values[name];
-        return typeof value === 'number' ? value.toLocaleString(language) : String(value);
+        return typeof value === 'number' ? once('number', () => new Intl.NumberFormat(language)).format(value)
+            : String(value);
     });
 }
 
@@ -51,7 +66,8 @@ export function languageName(code, otherwise = '') {
     if (code === null)
         return otherwise;
     try {
-        return new Intl.DisplayNames(language, { type: 'language' }).of(code) ?? otherwise;
+        const names = once('languages', () => new Intl.DisplayNames(language, { type: 'language' }));
+        return names.of(code) ?? otherwise;
     } catch {
         return otherwise;
     }
@@ -63,7 +79,8 @@ export function size(bytes) {
     let unit = 0;
     for (; bytes >= 1000 && unit < units.length - 1; ++unit)
         bytes /= 1000;
-    return new Intl.NumberFormat(language, {
-        style: 'unit', unit: units[unit], unitDisplay: 'short', maximumFractionDigits: bytes < 10 && unit > 0 ? 1 : 0,
-    }).format(bytes);
+    const digits = bytes < 10 && unit > 0 ? 1 : 0;
+    return once(`size ${unit} ${digits}`, () => new Intl.NumberFormat(language, {
+        style: 'unit', unit: units[unit], unitDisplay: 'short', maximumFractionDigits: digits,
+    })).format(bytes);
 }

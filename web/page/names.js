@@ -2,7 +2,7 @@
 
 /**
  * @typedef {object} SaveOptions
- * @property {boolean} vtt SubRip becomes WebVTT
+ * @property {boolean} vtt a .srt becomes WebVTT
  * @property {boolean} suffix `.utf8` in the name
  * @property {boolean} mark a byte order mark at the beginning
  */

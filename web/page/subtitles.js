@@ -1,14 +1,15 @@
 // Subtitles as text: what a viewer would read of them, and SubRip as WebVTT.
 
-const TIMING = /^\s*(?:(\d+):)?(\d{1,2}):(\d{1,2})(?:[,.](\d{1,3}))?\s*-->\s*(?:(\d+):)?(\d{1,2}):(\d{1,2})(?:[,.](\d{1,3}))?/;
+const CLOCK = /(?:(\d+):)?(\d{1,2}):(\d{1,2})(?:[,.](\d{1,3}))?/.source; // hours, minutes, seconds and their fraction
+const TIMING = new RegExp(`^\\s*${CLOCK}\\s*-->\\s*${CLOCK}`);
 const NUMBER = /^\s*\d+\s*$/;
 const LINE_END = /\r\n|\n|\r/;
 
 // Lines of subtitle formats that nobody reads: numbers, times, headers, settings.
 const UNREAD = [
     NUMBER, TIMING, /^WEBVTT/, /^NOTE\b/, /^STYLE\b/, /^\[[^\]]*\]$/, /^\{[^}]*\}$/,
-    /^(?:Format|Style|Comment|Title|ScriptType|PlayRes[XY]|WrapStyle|Original Script|Collisions|Timer|YCbCr Matrix)\s*:/,
-    /^ScaledBorderAndShadow/, /^[;!]/,
+    /^(?:Format|Style|Comment|Title|ScriptType|PlayRes[XY]|WrapStyle|Original Script|Collisions|Timer)\s*:/,
+    /^(?:ScaledBorderAndShadow|YCbCr Matrix)/, /^[;!]/,
 ];
 
 /**
@@ -33,8 +34,12 @@ export function firstLines(text, most) {
     return lines;
 }
 
-/** @param {string} name of a file */
-export const isSubRip = (name) => /\.srt$/i.test(name);
+/**
+ * @param {string} name of a file
+ * @param {string} text its beginning
+ * @returns {boolean} whether it is SubRip, by its name and the times in it
+ */
+export const isSubRip = (name, text) => /\.srt$/i.test(name) && text.split(LINE_END).some((line) => TIMING.test(line));
 
 /** SubRip to WebVTT, cut anywhere. A cue that is written in the way of SubRip's many writers is set right. */
 export class SubRipToVtt {
@@ -102,7 +107,8 @@ export class SubRipToVtt {
         const position = settings(cue.lines.join('\n'));
         // An empty line would end the cue, and the rest of its text would be lost.
         const text = cue.lines.map(cueText).filter((line) => line.trim() !== '');
-        return `\n${cue.id === '' ? '' : `${cue.id}\n`}${cue.timing}${position}\n${text.map((line) => `${line}\n`).join('')}`;
+        const lines = [...(cue.id === '' ? [] : [cue.id]), cue.timing + position, ...text];
+        return `\n${lines.map((line) => `${line}\n`).join('')}`;
     }
 }
 

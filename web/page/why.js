@@ -37,9 +37,11 @@ function table(title, help, heads, rows) {
     const made = document.createElement('table');
     made.createCaption().append(element('span', title, 'hidden'));
     const head = made.createTHead().insertRow();
-    for (const name of heads) {
-        const cell = element('th', name);
-        cell.setAttribute('scope', 'col');
+    for (const [i, name] of heads.entries()) {
+        const cell = /** @type {HTMLTableCellElement} */ (element('th', name));
+        cell.scope = 'col';
+        if (i === heads.length - 1)
+            cell.colSpan = rows[0].length - i; // a bar and its figure are one thing
         head.append(cell);
     }
     const body = made.createTBody();
@@ -102,7 +104,7 @@ export function whyPanel(detection, facts, nameOf, language) {
     if (readings.length > 1) {
         // Costs of hundreds are common; their logarithm keeps near rivals apart and far ones on the chart.
         const scale = Math.log1p(readings[readings.length - 1].cost);
-        parts.push(table(text('costs'), text('costsHelp'), [text('reading'), text('likelihood'), ''],
+        parts.push(table(text('costs'), text('costsHelp'), [text('reading'), text('likelihood')],
             readings.slice(0, SHOWN_SCORES).map((reading, i) => [
                 title(reading), bar(1 - 0.95 * Math.log1p(reading.cost) / Math.max(scale, 1), i === 0),
                 odds(reading.cost, language),
@@ -119,7 +121,7 @@ export function whyPanel(detection, facts, nameOf, language) {
     const scores = [...facts.scores].sort((a, b) => b.score - a.score).slice(0, SHOWN_SCORES);
     const most = Math.max(facts.scoreNeeded * 1.25, ...scores.map(({ score }) => score));
     parts.push(table(text('scores'), text('scoresHelp', { needed: facts.scoreNeeded }),
-        [text('kind'), text('score'), ''], scores.map(({ name, score, won }) => [
+        [text('kind'), text('score')], scores.map(({ name, score, won }) => [
             name, bar(score / most, won, facts.scoreNeeded / most),
             won ? `${score} · ${text('won')}` : String(score),
         ])));

@@ -1,11 +1,11 @@
 // Reads, converts and packs files apart from the page, so that the page answers whatever is going on.
 import { load } from './zucharset/src/index.js';
 import { Zip, ZipDeflate } from './vendor/fflate.js';
-import { SubRipToVtt, isSubRip } from './subtitles.js';
+import { SubRipToVtt } from './subtitles.js';
 import { distinct, savedName } from './names.js';
 
 /**
- * @import { Charset, Detection, Encoding, Losses } from './zucharset/src/index.js'
+ * @import { Charset, Detection, Encoding } from './zucharset/src/index.js'
  * @import { SaveOptions } from './names.js'
  */
 
@@ -14,12 +14,14 @@ import { distinct, savedName } from './names.js';
  * @typedef {{from: string | null, prefer: string}} Choice
  *
  * What was found out about a file. `byBrowser`: the library knows the encoding but does not convert it, and the
- * browser's own decoder reads it. `head`: the beginning of the text.
- * @typedef {{detection: Detection, name: string | null, byBrowser: boolean, lost: number, lostAt: number | null,
- *   head: string}} Found
+ * browser's own decoder reads it. `lost`: how many characters could not be read, `atLeast` so many. `head`: the
+ * beginning of the text.
+ * @typedef {{detection: Detection, name: string | null, byBrowser: boolean, lost: number, atLeast: boolean,
+ *   lostAt: number | null, head: string}} Found
  *
  * @typedef {{title: Encoding, language: string | null, chosen: boolean, lines: string[]}} Preview
- * @typedef {{path: string, file: File, choice: Choice, byBrowser: boolean}} Entry
+ * What is saved. `isSubRip`: it has times, so that it can become WebVTT.
+ * @typedef {{path: string, file: File, choice: Choice, byBrowser: boolean, isSubRip: boolean}} Entry
  */
 
 const SLICE = 1 << 20;
@@ -47,9 +49,14 @@ function encodingOf(charset, encoding) {
  */
 async function* slices(file, signal, progress) {
     let told = performance.now();
+    const sliceAt = (/** @type {number} */ at) => file.slice(at, at + SLICE).arrayBuffer();
+    let next = sliceAt(0);
+    next.catch(() => {}); // whoever stops before its turn does not ask
     for (let at = 0; at < file.size; at += SLICE) {
-        const bytes = new Uint8Array(await file.slice(at, at + SLICE).arrayBuffer());
+        const bytes = new Uint8Array(await next);
         signal.throwIfAborted();
+        next = sliceAt(at + SLICE); // while this one is worked on
+        next.catch(() => {});
         yield bytes;
         if (performance.now() - told > PROGRESS_MS) {
             told = performance.now();
@@ -68,15 +75,12 @@ class LibraryReader {
     /** @param {Uint8Array} bytes */
     write(bytes) { return this.converter.write(bytes); }
     finish() { return this.converter.finish(); }
-    get lost() { return this.converter.losses.count; }
-    get lostAt() { return this.converter.losses.places[0]?.offset ?? null; }
     close() { this.converter.close(); }
 }
 
 class BrowserReader {
+    /** how many characters could not be read; where, a decoder does not tell */
     lost = 0;
-    /** where is not known: a decoder does not tell */
-    lostAt = null;
 
     /** @param {string} label @param {'keep' | 'add' | 'strip'} mark */
     constructor(label, mark) {
@@ -140,15 +144,17 @@ async function read(charset, { file, choice }, signal, progress) {
             return await readByBrowser(charset, file, encoding, detection, signal, progress);
         }
         return {
-            detection, name: nameOf(charset, detection), byBrowser: false, lost: 0, lostAt: null, head: '',
+            detection, name: nameOf(charset, detection), byBrowser: false, lost: 0, atLeast: false, lostAt: null,
+            head: '',
         };
     } finally {
         reader.close();
     }
     const detection = /** @type {Detection} */ (reader.converter.detection);
+    const { count, complete, places } = reader.converter.losses;
     return {
-        detection, name: nameOf(charset, detection), byBrowser: false, lost: reader.lost, lostAt: reader.lostAt,
-        head: head.text,
+        detection, name: nameOf(charset, detection), byBrowser: false, lost: count, atLeast: !complete,
+        lostAt: places[0]?.offset ?? null, head: head.text,
     };
 }
 
@@ -170,7 +176,10 @@ async function readByBrowser(charset, file, encoding, detection, signal, progres
     head.take(reader.finish());
     detection ??= { ...charset.detect(new Uint8Array()), kind: 'unsupported', encoding: encoding.encoding,
         codeType: encoding.codeType, label: encoding.label, decidedBy: 'user', sure: true };
-    return { detection, name: encoding.name, byBrowser: true, lost: reader.lost, lostAt: null, head: head.text };
+    return {
+        detection, name: encoding.name, byBrowser: true, lost: reader.lost, atLeast: false, lostAt: null,
+        head: head.text,
+    };
 }
 
 /**
@@ -178,9 +187,9 @@ async function readByBrowser(charset, file, encoding, detection, signal, progres
  * @param {Charset} charset @param {Entry} entry @param {SaveOptions} options
  * @param {AbortSignal} signal @param {(bytes: number) => void} progress
  */
-async function* converted(charset, { file, path, choice, byBrowser }, options, signal, progress) {
+async function* converted(charset, { file, choice, byBrowser, isSubRip }, options, signal, progress) {
     const reader = readerFor(charset, choice, byBrowser, options.mark ? 'add' : 'strip');
-    const vtt = options.vtt && isSubRip(path) ? new SubRipToVtt() : null;
+    const vtt = options.vtt && isSubRip ? new SubRipToVtt() : null;
     const decoder = new TextDecoder('utf-8', { ignoreBOM: true });
     const encoder = new TextEncoder();
     const mark = vtt !== null && options.mark ? '\uFEFF' : '';
@@ -227,6 +236,9 @@ class Collector {
     }
 }
 
+/** @param {Entry} entry @param {string} name @param {SaveOptions} options */
+const nameFor = ({ isSubRip }, name, options) => savedName(name, { ...options, vtt: options.vtt && isSubRip });
+
 /**
  * @param {Charset} charset @param {{entry: Entry, options: SaveOptions}} job
  * @param {AbortSignal} signal @param {(bytes: number) => void} progress
@@ -235,7 +247,7 @@ async function save(charset, { entry, options }, signal, progress) {
     const output = new Collector();
     for await (const piece of converted(charset, entry, options, signal, progress))
         output.take(piece);
-    return { name: savedName(entry.file.name, options), blob: output.blob('application/octet-stream') };
+    return { name: nameFor(entry, entry.file.name, options), blob: output.blob('application/octet-stream') };
 }
 
 /**
@@ -251,7 +263,7 @@ async function zip(charset, { entries, options }, signal, progress) {
         if (error === null)
             output.take(bytes);
     });
-    const names = distinct(entries.map(({ path }) => savedName(path, options)));
+    const names = distinct(entries.map((entry) => nameFor(entry, entry.path, options)));
     let before = 0;
     for (const [i, entry] of entries.entries()) {
         const packed = new ZipDeflate(names[i], { level: entry.file.size > LARGE_PIECE ? 1 : 6 });
@@ -310,7 +322,8 @@ function browserPreview(bytes, label) {
 
 /** @param {Charset} charset @param {{file: File, found: Found, choice: Choice}} job */
 async function explain(charset, { file, found, choice }) {
-    return charset.explain(await sampleOf(file, found.detection), choice.from === null ? { prefer: choice.prefer } : {});
+    const options = choice.from === null ? { prefer: choice.prefer } : {};
+    return charset.explain(await sampleOf(file, found.detection), options);
 }
 
 /** @param {Charset} charset */
@@ -318,7 +331,8 @@ async function about(charset) {
     return { encodings: charset.encodings(), languages: charset.languages() };
 }
 
-/** @type {Record<string, (charset: Charset, job: any, signal: AbortSignal, progress: (bytes: number) => void) => any>} */
+/** @typedef {(charset: Charset, job: any, signal: AbortSignal, progress: (bytes: number) => void) => any} Work */
+/** @type {Record<string, Work>} */
 const jobs = { read, save, zip, previews, explain, about };
 
 /** Files are read one after another; what somebody waits for starts at once. @type {Promise<unknown>} */

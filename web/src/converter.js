@@ -44,13 +44,13 @@ export class Converter {
     /**
      * Takes the next piece of the text, cut anywhere.
      * @param {Bytes} bytes
-     * @returns {Uint8Array} the UTF-8 that is ready, which may be none yet
+     * @returns {Uint8Array<ArrayBuffer>} the UTF-8 that is ready, which may be none yet
      */
     write(bytes) {
         const text = asBytes(bytes);
         if (text.length <= PIECE)
             return this.#step(text);
-        /** @type {Uint8Array[]} */
+        /** @type {Uint8Array<ArrayBuffer>[]} */
         const pieces = [];
         for (let at = 0; at < text.length; at += PIECE)
             pieces.push(this.#step(text.subarray(at, at + PIECE)));
@@ -59,13 +59,13 @@ export class Converter {
 
     /**
      * Ends the text.
-     * @returns {Uint8Array} the rest of the UTF-8
+     * @returns {Uint8Array<ArrayBuffer>} the rest of the UTF-8
      */
     finish() {
         return this.#step(null);
     }
 
-    /** @param {Uint8Array | null} piece null: the end @returns {Uint8Array} */
+    /** @param {Uint8Array | null} piece null: the end @returns {Uint8Array<ArrayBuffer>} */
     #step(piece) {
         const module = this.#module;
         const { call, inbox, scratch } = module;
@@ -117,7 +117,7 @@ export class Converter {
     }
 }
 
-/** @param {Uint8Array[]} pieces @returns {Uint8Array} */
+/** @param {Uint8Array<ArrayBuffer>[]} pieces @returns {Uint8Array<ArrayBuffer>} */
 export function joined(pieces) {
     if (pieces.length === 1)
         return pieces[0];

@@ -19,7 +19,7 @@ export class CharsetError extends Error {
         this.name = 'CharsetError';
         /** @readonly @type {FailureCode} what went wrong */
         this.code = code;
-        /** @readonly @type {import('./index.js').Detection | null} what the text was found to be, where that is known */
+        /** @readonly @type {import('./index.js').Detection | null} what the text was found to be, if that is known */
         this.detection = detection;
     }
 }

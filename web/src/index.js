@@ -134,8 +134,8 @@ export { CharsetError, ConversionStream, Converter };
  * @typedef {object} LoadOptions
  * @property {URL | string | BufferSource | WebAssembly.Module | Response | Promise<Response>} [wasm] where
  *   zucharset.wasm is, if not beside the package
- * @property {(level: number, line: string) => void} [log] takes libzucharset's log lines: level 2 refusals, 4 notices, 6
- *   every step. Called when the call that logged is over
+ * @property {(level: number, line: string) => void} [log] takes libzucharset's log lines: level 2 refusals, 4 notices,
+ *   6 every step. Called when the call that logged is over
  * @property {number} [maximumMemory] how many bytes the module may use, at least 2 MiB; 4 GiB
  */
 
@@ -144,7 +144,7 @@ export class Conversion {
     /** @type {string | undefined} */
     #text;
 
-    /** @param {Uint8Array} bytes @param {Detection} found @param {Losses} losses */
+    /** @param {Uint8Array<ArrayBuffer>} bytes @param {Detection} found @param {Losses} losses */
     constructor(bytes, found, losses) {
         /** @readonly the text in UTF-8 */
         this.bytes = bytes;
@@ -229,7 +229,7 @@ export class Charset {
         checkSignal(signal);
         const converter = this.open(converting);
         try {
-            /** @type {Uint8Array[]} */
+            /** @type {Uint8Array<ArrayBuffer>[]} */
             const pieces = [];
             let taken = 0;
             for await (const bytes of cancellable(piecesOf(source), signal)) {
@@ -365,7 +365,7 @@ function checkSignal(signal) {
     signal?.throwIfAborted();
 }
 
-/** @param {Uint8Array[]} pieces @param {Converter} converter @returns {Conversion} */
+/** @param {Uint8Array<ArrayBuffer>[]} pieces @param {Converter} converter @returns {Conversion} */
 function conversionOf(pieces, converter) {
     const found = /** @type {Detection} */ (converter.detection);
     return new Conversion(joined(pieces), found, converter.losses);

@@ -30,18 +30,19 @@ export class Module {
     static async instantiate(source, options) {
         const maximum = Math.min(Math.floor((options.maximumMemory ?? MOST_PAGES * PAGE) / PAGE), MOST_PAGES);
         const memory = new WebAssembly.Memory({ initial: FIRST_PAGES, maximum });
-        /** @type {Module | undefined} */
-        let module;
+        /** @type {{module?: Module}} */
+        const made = {};
         /**
          * Lines are handed on when the call is over: a receiver may use the module again, or throw.
          * @type {(level: number, address: number, length: number) => void}
          */
         const log = (level, address, length) => {
-            const line = module?.text(address, length).trimEnd() ?? '';
+            const line = made.module?.text(address, length).trimEnd() ?? '';
             queueMicrotask(() => options.log?.(level, line));
         };
         const instance = await instantiate(await source, { env: { memory }, host: { log } });
-        module = new Module(instance.exports, memory);
+        const module = new Module(instance.exports, memory);
+        made.module = module;
         module.call.zutext_web_log_level(options.log === undefined ? 0 : 6);
         module.call.zutext_prepare();
         return module;

@@ -14,6 +14,7 @@ export * from './index.js';
  */
 export async function load(options = {}) {
     const { wasm = new URL('../zucharset.wasm', import.meta.url) } = options ?? {};
-    const isFile = wasm instanceof URL ? wasm.protocol === 'file:' : typeof wasm === 'string' && !/^\w+:\/\//.test(wasm);
+    const isFile = wasm instanceof URL ? wasm.protocol === 'file:'
+        : typeof wasm === 'string' && !/^\w+:\/\//.test(wasm);
     return loadFrom({ ...options, wasm: isFile ? await readFile(/** @type {URL | string} */ (wasm)) : wasm });
 }

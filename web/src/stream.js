@@ -7,7 +7,7 @@ import { asBytes } from './options.js';
 
 /**
  * A TransformStream from bytes of any encoding, cut anywhere, to UTF-8. Made by stream().
- * @extends {TransformStream<Bytes, Uint8Array>}
+ * @extends {TransformStream<Bytes, Uint8Array<ArrayBuffer>>}
  */
 export class ConversionStream extends TransformStream {
     #converter;
@@ -29,8 +29,8 @@ export class ConversionStream extends TransformStream {
         detection.catch(() => {}); // whoever does not ask need not handle it
         let ended = () => {};
         /**
-         * @param {TransformStreamDefaultController<Uint8Array>} controller
-         * @param {() => Uint8Array} step
+         * @param {TransformStreamDefaultController<Uint8Array<ArrayBuffer>>} controller
+         * @param {() => Uint8Array<ArrayBuffer>} step
          */
         const give = (controller, step) => {
             try {

@@ -34,11 +34,13 @@ async function buildPackage(place) {
     await cp(join(web, 'README.md'), join(place, 'README.md'));
     for (const name of ['LICENSE', 'NOTICE'])
         await cp(join(root, name), join(place, name));
-    execFileSync(process.execPath, [join(web, 'node_modules/typescript/bin/tsc'), '-p', join(web, 'tsconfig.types.json'),
-        '--outDir', join(place, 'types')], { stdio: 'inherit' });
-    const { scripts, devDependencies, private: isPrivate, ...facts } =
-        JSON.parse(await readFile(join(web, 'package.json'), 'utf8'));
-    const made = { name: facts.name, version: await version(), ...facts };
+    const compiler = join(web, 'node_modules/typescript/bin/tsc');
+    execFileSync(process.execPath, [compiler, '-p', join(web, 'tsconfig.types.json'), '--outDir', join(place, 'types')],
+        { stdio: 'inherit' });
+    const facts = JSON.parse(await readFile(join(web, 'package.json'), 'utf8'));
+    const made = { ...facts, version: await version() };
+    delete made.scripts;
+    delete made.devDependencies;
     await writeFile(join(place, 'package.json'), `${JSON.stringify(made, null, 2)}\n`);
 }
 
@@ -51,12 +53,13 @@ async function buildPage(place, library) {
     await cp(join(library, 'zucharset.wasm'), join(place, 'zucharset/zucharset.wasm'));
     await mkdir(join(place, 'vendor'));
     await cp(join(web, 'node_modules/fflate/esm/browser.js'), join(place, 'vendor/fflate.js'));
+    await cp(join(web, 'node_modules/fflate/esm/browser.d.ts'), join(place, 'vendor/fflate.d.ts'));
     await cp(join(web, 'node_modules/fflate/LICENSE'), join(place, 'vendor/fflate-LICENSE.txt'));
     for (const name of ['LICENSE', 'NOTICE'])
         await cp(join(root, name), join(place, `${name}.txt`));
 
     const worker = join(place, 'service-worker.js');
-    const files = (await filesIn(place)).filter((name) => name !== 'service-worker.js' && !name.endsWith('.txt'));
+    const files = (await filesIn(place)).filter((name) => name !== 'service-worker.js' && !/\.(txt|d\.ts)$/.test(name));
     const hash = createHash('sha256');
     for (const name of files)
         hash.update(name).update(await readFile(join(place, name)));
