@@ -11,9 +11,14 @@ target_compile_options(zucharset_embedded_options INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
     -fvisibility=hidden -fno-asynchronous-unwind-tables -fno-unwind-tables -ffunction-sections -fdata-sections)
 target_link_libraries(zucharset_embedded_options INTERFACE zucharset_options)
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL aarch64)
+    # Otherwise the choice between two kinds of atomic instructions is made at load.
+    target_compile_options(zucharset_embedded_options INTERFACE -mno-outline-atomics)
+endif()
 # What a process gains nothing from must not help an attacker in it: guarded frames, checked C functions, tables of
 # addresses that are read-only once the library is loaded, no executable stack.
-set(embedded_link_options -Wl,--gc-sections -Wl,-z,relro,-z,now,-z,noexecstack)
+# A C++ run-time library that nothing calls stays away, whatever the compiler offers.
+set(embedded_link_options -Wl,--as-needed -Wl,--gc-sections -Wl,-z,relro,-z,now,-z,noexecstack)
 set(embedded_link_libraries "")
 if(NOT ZUCHARSET_SANITIZE)
     target_compile_options(zucharset_embedded_options INTERFACE -fstack-protector-strong

@@ -2,10 +2,6 @@
 # Run as a script (FOLDER given) it makes the reference; doxygen is looked for then, not when the build is configured.
 if(NOT CMAKE_SCRIPT_MODE_FILE)
     if(PROJECT_IS_TOP_LEVEL)
-        set(headers "${PROJECT_SOURCE_DIR}/include/zucharset.h")
-        if(TARGET zutext_lib)
-            string(APPEND headers " ${PROJECT_SOURCE_DIR}/include/zutext.h")
-        endif()
         configure_file(docs/Doxyfile.in ${PROJECT_BINARY_DIR}/Doxyfile @ONLY)
         add_custom_target(doc COMMAND ${CMAKE_COMMAND} -D FOLDER=${PROJECT_BINARY_DIR} -P ${CMAKE_CURRENT_LIST_FILE}
             COMMENT "Reference in ${PROJECT_BINARY_DIR}/reference/html" VERBATIM)

@@ -12,7 +12,9 @@ _zucharset() {
 
     case $prev in
         -f | -t | --from | --from-code | --to-code | --prefer)
-            COMPREPLY=($(compgen -W "$("$command" list 2>/dev/null | awk '$1 ~ /^[0-9]+$/ { print $2 }')" -- "$cur"))
+            # Names may be written in any case.
+            COMPREPLY=($("$command" list 2>/dev/null |
+                awk -v start="${cur,,}" '$1 ~ /^[0-9]+$/ && index(tolower($2), start) == 1 { print $2 }'))
             return ;;
         -o | --output) _filedir; return ;;
         --out-dir) _filedir -d; return ;;

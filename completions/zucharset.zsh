@@ -10,7 +10,7 @@ local -a help=("${(@f)$(_call_program help $command $subcommand --help 2>/dev/nu
 case $words[CURRENT-1] in
     -f|-t|--from|--from-code|--to-code|--prefer)
         local -a encodings=(${${(M)${(f)"$(_call_program list $command list 2>/dev/null)"}:#[[:space:]]#<->[[:space:]]*}/(#b)[[:space:]]#<->[[:space:]]##([^[:space:]]##)*/$match[1]})
-        _describe encoding encodings
+        _describe encoding encodings -M 'm:{a-zA-Z}={A-Za-z}' # names may be written in any case
         return ;;
     --out-dir) _files -/; return ;;
 esac
@@ -18,7 +18,10 @@ if [[ $PREFIX == -* ]]; then
     local -a options
     local line
     for line in $help; do
-        [[ $line =~ '^ +(-[a-z],)?(--[a-z0-9-]+)(.*   *(.*))?$' ]] && options+=("$match[2]${match[4]:+:$match[4]}")
+        [[ $line =~ '^ +(-[a-z],)?(--[a-z0-9-]+)' ]] || continue
+        local option=$match[2]
+        [[ $line =~ '[^ ]  +(.*)$' ]] && option+=":$match[1]" # what it does, if that stands on the same line
+        options+=($option)
     done
     _describe -o option options
     return
@@ -29,7 +32,7 @@ if [[ -z $subcommand ]]; then
     for line in $help; do
         case $line in
             Subcommands:) inside=yes ;;
-            '') inside= ;;
+            [^\ ]*) inside= ;;
             *) [[ -n $inside && $line =~ '^  ([a-z]+) +(.*)$' ]] && subcommands+=("$match[1]:$match[2]") ;;
         esac
     done

@@ -45,6 +45,8 @@ static_assert(converterGetIndex(0xA4, 0x7F) == -1 && converterGetIndex(0xA4, 0xA
 
 struct Big5Decoder : TwoByteDecoder<Big5Decoder> {
     static constexpr PAIR_GRID_S GRID = BIG5_GRID;
+    [[maybe_unused]] static constexpr bool HIGH_BYTE_FIRST = true;
+    static constexpr bool LONG_RUNS = true;
 
     const uint8_t *pu8ToUnicode;
 
@@ -62,6 +64,8 @@ struct Big5Decoder : TwoByteDecoder<Big5Decoder> {
     ZU_HOT uint32_t entry(uint32_t u32Row, uint32_t u32Column) const {
         return at(size_t{2} * (u32Row * GRID.columns() + u32Column));
     }
+
+    const uint8_t *table() const { return pu8ToUnicode; }
 
   private:
     // Swapped as a word: a processor is slow at half registers.

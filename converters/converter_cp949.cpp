@@ -81,6 +81,7 @@ static_assert(std::size(u16Ksc5601ToUniPage4a) / KSC_COLUMNS == 0xFD - 0xCA + 1)
 
 struct Cp949Decoder : TwoByteDecoder<Cp949Decoder> {
     static constexpr PAIR_GRID_S GRID{0xA1, 0xFE, 0xA1, 0xFE, 0, 0};
+    static constexpr bool LONG_RUNS = false; // words are short
     static_assert(GRID.columns() == KSC_COLUMNS);
 
     explicit Cp949Decoder(const ZU_CHARSETCONVERTER_Cp949_S &) {}

@@ -34,6 +34,8 @@ constexpr bool isGbkTrail(uint8_t u8Byte) { return u8Byte >= 0x40 && u8Byte <= 0
 struct GbkDecoder : TwoByteDecoder<GbkDecoder> {
     // The column of 7F, which is no trail byte, holds code points below 800.
     static constexpr PAIR_GRID_S GRID = GBK_GRID;
+    [[maybe_unused]] static constexpr bool HIGH_BYTE_FIRST = false;
+    static constexpr bool LONG_RUNS = true;
 
     const uint16_t *pu16ToUnicode;
 
@@ -58,6 +60,8 @@ struct GbkDecoder : TwoByteDecoder<GbkDecoder> {
     ZU_HOT uint32_t entry(uint32_t u32Row, uint32_t u32Column) const {
         return pu16ToUnicode[u32Row * GRID.columns() + u32Column];
     }
+
+    const uint8_t *table() const { return reinterpret_cast<const uint8_t *>(pu16ToUnicode); }
 };
 
 constexpr auto _Converter_GBK_ToUTF8 = decoderToUtf8<ZU_CHARSETCONVERTER_Gbk_S, GbkDecoder>;

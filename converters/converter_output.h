@@ -15,10 +15,7 @@
 #pragma once
 
 #include "converter_skeleton.h"
-#include "utf8_block.h"
-
-// For what stands in the innermost loop of a conversion: a call there costs more than the work itself.
-#define ZU_HOT [[gnu::always_inline]] inline
+#include "utf8_kernel.h"
 
 namespace zucharset {
 
@@ -62,6 +59,12 @@ struct STRETCH_S {
 
     bool holds(CURSOR_S stCursor) const {
         return stCursor.pu8Input < pu8InputStop && stCursor.pu8Output < pu8OutputStop;
+    }
+
+    // Whether so many bytes more can be read and written.
+    bool hasRoom(CURSOR_S stCursor, int32_t s32Read, int32_t s32Written) const {
+        return pu8InputStop - stCursor.pu8Input >= s32Read - INPUT_MARGIN &&
+               pu8OutputStop - stCursor.pu8Output >= s32Written - OUTPUT_MARGIN;
     }
 
     bool goesOn(CURSOR_S stCursor) const { return holds(stCursor) && !quitRequested(*pstControl); }
@@ -142,19 +145,6 @@ int32_t decoderToUtf8(ZU_CHARSET_HANDLE hHandle, uint8_t *pu8Output, int32_t *ps
 
 // --- Parts of which fast ways are made ---
 
-// The sequence of a code point from 800 to FFFF in a word: first byte lowest.
-template <class Words> constexpr Words threeByteSequence(Words wUnicode) {
-    return 0x8080E0u | wUnicode >> 12 | (wUnicode & 0xFC0) << 2 | (wUnicode & 0x3F) << 16;
-}
-
-// The sequence of any code point below 10000. One byte or two is chosen by a mask.
-constexpr uint32_t sequence(uint32_t u32Unicode) {
-    if (u32Unicode >= 0x800)
-        return threeByteSequence(u32Unicode);
-    const uint32_t u32Two = 0u - (u32Unicode >= 0x80 ? 1u : 0u);
-    return ((0x80C0u | u32Unicode >> 6 | (u32Unicode & 0x3F) << 8) & u32Two) | (u32Unicode & ~u32Two);
-}
-
 // Writes two three-byte sequences. A wide word puts both together at once.
 ZU_HOT void storeTwoSequences(uint8_t *pu8Output, uint32_t u32First, uint32_t u32Second) {
     if constexpr (sizeof(size_t) < sizeof(uint64_t)) {
@@ -165,32 +155,6 @@ ZU_HOT void storeTwoSequences(uint8_t *pu8Output, uint32_t u32First, uint32_t u3
         storeAs(pu8Output, 0x8080E08080E0u | (u64Both >> 12 & 0x00000F00000F) | (u64Both & 0x000FC0000FC0) << 2 |
                                (u64Both & 0x00003F00003F) << 16);
     }
-}
-
-// The sequences of eight code points below 10000, each with its length in the topmost byte. Widths are chosen by masks,
-// because letters and spaces come in no order that a processor could foresee.
-struct EIGHT_SEQUENCES_S {
-    VECTOR_U32 av[2];
-};
-
-ZU_HOT EIGHT_SEQUENCES_S anySequences(VECTOR_U16 vUnicode) {
-    const auto vOne = std::bit_cast<VECTOR_U16>((vUnicode & 0xFF80) == 0);
-    const auto vOneOrTwo = std::bit_cast<VECTOR_U16>((vUnicode & 0xF800) == 0);
-    const VECTOR_U16 vLast = 0x80 | (vUnicode & 0x3F);
-    const VECTOR_U16 vMiddle = 0x80 | (vUnicode >> 6 & 0x3F);
-    const VECTOR_U16 vFirstOfTwo = (vUnicode & vOne) | ((0xC0 | vUnicode >> 6) & ~vOne);
-    const VECTOR_U16 vFirst = (vFirstOfTwo & vOneOrTwo) | ((0xE0 | vUnicode >> 12) & ~vOneOrTwo);
-    const VECTOR_U16 vSecond = (vLast & vOneOrTwo) | (vMiddle & ~vOneOrTwo);
-    const VECTOR_U16 vLow = vFirst | vSecond << 8;
-    const VECTOR_U16 vHigh = vLast | (3 + vOne + vOneOrTwo) << 8; // a true mask being -1
-    return {{std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vLow, vHigh, 0, 8, 1, 9, 2, 10, 3, 11)),
-             std::bit_cast<VECTOR_U32>(__builtin_shufflevector(vLow, vHigh, 4, 12, 5, 13, 6, 14, 7, 15))}};
-}
-
-// Writes a sequence that carries its length, and gives the place behind it.
-inline uint8_t *storeSequence(uint8_t *pu8Output, uint32_t u32Sequence) {
-    storeAs(pu8Output, u32Sequence);
-    return pu8Output + (u32Sequence >> 24);
 }
 
 // The plain text of the encodings that leave the bytes 00 to 7F as they are.

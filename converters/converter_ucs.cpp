@@ -57,6 +57,8 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
     static constexpr int32_t PLAIN_UNIT = 2;
 
     template <int32_t s32Bytes> ZU_HOT static bool copyPlain(CURSOR_S stCursor) {
+        if constexpr (HAS_VECTORS && s32Bytes == PLAIN_BLOCK)
+            return copyPlainBlock(stCursor, std::make_index_sequence<WIDE_BYTES>());
         using Units = std::conditional_t<s32Bytes == 8, VECTOR_U16_HALF, VECTOR_U16>;
         using Bytes = std::conditional_t<s32Bytes == 8, VECTOR_U8_QUARTER, VECTOR_U8_HALF>;
         constexpr auto s32Step = static_cast<int32_t>(sizeof(Units));
@@ -71,13 +73,15 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
     }
 
     static CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) {
+        if (HAS_SHUFFLE && stStretch.hasRoom(stCursor, PLAIN_BLOCK, BLOCK_MOST))
+            return convertBlocks(stCursor, stStretch);
         PlainCounter<16> stPlain;
         while (stStretch.goesOn(stCursor)) {
             const bool bPlain = copyPlain<16>(stCursor);
             if (bPlain)
                 stCursor = advanced(stCursor, 16, 8);
             else
-                stCursor = HAS_VECTORS ? convertEight(stCursor) : convertEachOfEight(stCursor);
+                stCursor = HAS_VECTORS ? convertUnits<VECTOR_U16>(stCursor) : convertEachOfEight(stCursor);
             if (stPlain.isLong(bPlain))
                 break;
         }
@@ -85,6 +89,43 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
     }
 
   private:
+    // In foreign units of ASCII these bits are set somewhere.
+    static constexpr bool BIG_ENDIAN_UNITS = pfnGetUnicode == ConverterUCS16BEGetUnicode;
+    static constexpr uint16_t FOREIGN_BITS = BIG_ENDIAN_UNITS ? 0x80FF : 0xFF80;
+
+    template <size_t... u32Place>
+    ZU_HOT static bool copyPlainBlock(CURSOR_S stCursor, std::index_sequence<u32Place...>) {
+        WIDE_U16 vAny{};
+#pragma GCC unroll 2
+        for (int32_t i = 0; i < PLAIN_BLOCK; i += 2 * WIDE_BYTES) {
+            const auto vFirst = loadAs<WIDE_U8>(stCursor.pu8Input + i);
+            const auto vSecond = loadAs<WIDE_U8>(stCursor.pu8Input + i + WIDE_BYTES);
+            storeAs(stCursor.pu8Output + i / 2,
+                    __builtin_shufflevector(vFirst, vSecond, (2 * u32Place + (BIG_ENDIAN_UNITS ? 1 : 0))...));
+            vAny |= std::bit_cast<WIDE_U16>(vFirst | vSecond);
+        }
+        return isZero(vAny & FOREIGN_BITS);
+    }
+
+    static bool isPlainBlock(const uint8_t *pu8Input) {
+        WIDE_U16 vAny{};
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < PLAIN_BLOCK; i += WIDE_BYTES)
+            vAny |= loadAs<WIDE_U16>(pu8Input + i);
+        return isZero(vAny & FOREIGN_BITS);
+    }
+
+    // Up to a plain block. Apart from the loop outside, so that the registers are for this one.
+    [[gnu::noinline]] static CURSOR_S convertBlocks(CURSOR_S stCursor, STRETCH_S stStretch) {
+        do {
+#pragma GCC unroll 4
+            for (int32_t i = 0; i < PLAIN_BLOCK; i += WIDE_BYTES)
+                stCursor = convertUnits<WIDE_U16>(stCursor);
+        } while (stStretch.goesOn(stCursor) && stStretch.hasRoom(stCursor, PLAIN_BLOCK, BLOCK_MOST) &&
+                 !isPlainBlock(stCursor.pu8Input));
+        return stCursor;
+    }
+
     template <class Units> ZU_HOT static Units loadUnits(const uint8_t *pu8Input) {
         const auto vUnits = loadAs<Units>(pu8Input);
         return pfnGetUnicode == ConverterUCS16BEGetUnicode ? vUnits << 8 | vUnits >> 8 : vUnits;
@@ -99,16 +140,12 @@ template <uint32_t (*pfnGetUnicode)(const uint8_t *)> struct Ucs16Decoder {
         return stCursor;
     }
 
-    ZU_HOT static CURSOR_S convertEight(CURSOR_S stCursor) {
-        const EIGHT_SEQUENCES_S stEight = anySequences(loadUnits<VECTOR_U16>(stCursor.pu8Input));
-        uint8_t *pu8Output = stCursor.pu8Output;
-#pragma GCC unroll 4
-        for (int32_t i = 0; i < 4; ++i) {
-            const uint64_t u64Pair = std::bit_cast<VECTOR_U64>(stEight.av[i / 2])[i % 2];
-            pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(u64Pair));
-            pu8Output = storeSequence(pu8Output, static_cast<uint32_t>(u64Pair >> 32));
-        }
-        return {stCursor.pu8Input + 16, pu8Output};
+    // Sequences of three bytes throughout, and what the kernel may write behind them.
+    static constexpr int32_t BLOCK_MOST = PLAIN_BLOCK / 2 * 3 + KERNEL_MARGIN;
+
+    template <class Units> ZU_HOT static CURSOR_S convertUnits(CURSOR_S stCursor) {
+        uint8_t *const pu8Behind = storeSequences(stCursor.pu8Output, loadUnits<Units>(stCursor.pu8Input));
+        return {stCursor.pu8Input + sizeof(Units), pu8Behind};
     }
 };
 
@@ -133,22 +170,30 @@ struct Ucs8Decoder : AsciiKeeper {
     }
 
     static CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) {
-        // Well-formed text comes out as it is. Now and then the loop outside is to see whether it has become plain.
-        for (int32_t i = 0; i < 16 && stStretch.goesOn(stCursor); ++i) {
-            const bool bBlock = stStretch.pu8InputStop - stCursor.pu8Input >= TEXT_BLOCK - INPUT_MARGIN &&
-                                stStretch.pu8OutputStop - stCursor.pu8Output >= TEXT_BLOCK - OUTPUT_MARGIN;
-            const int32_t s32Bytes = bBlock ? TEXT_BLOCK : INPUT_MARGIN;
-            const int32_t s32WellFormed = wellFormedLength(stCursor.pu8Input, s32Bytes);
-            if (s32WellFormed == 0)
+        // Well-formed text comes out as it is. When it has become plain the loop outside is faster.
+        if (stStretch.hasRoom(stCursor, TEXT_BLOCK, TEXT_BLOCK)) {
+            if (formOf<BEFORE_E::NOTHING>(stCursor.pu8Input) == FORM_E::FLAWED)
                 return convertFlawed(stCursor, stStretch);
-            for (int32_t s32Part = 0; s32Part < s32Bytes; s32Part += 16)
-                storeAs(stCursor.pu8Output + s32Part, loadAs<VECTOR_U64>(stCursor.pu8Input + s32Part));
-            stCursor = advanced(stCursor, s32WellFormed, s32WellFormed);
+            do
+                stCursor = copied<TEXT_BLOCK>(stCursor);
+            while (stStretch.goesOn(stCursor) && stStretch.hasRoom(stCursor, TEXT_BLOCK, TEXT_BLOCK) &&
+                   formOf<BEFORE_E::TEXT>(stCursor.pu8Input) == FORM_E::WELL_FORMED);
+        } else {
+            if (formOf<BEFORE_E::NOTHING, INPUT_MARGIN>(stCursor.pu8Input) == FORM_E::FLAWED)
+                return convertFlawed(stCursor, stStretch);
+            stCursor = copied<INPUT_MARGIN>(stCursor);
         }
-        return stCursor;
+        const int32_t s32Open = openBytes(stCursor.pu8Input);
+        return advanced(stCursor, -s32Open, -s32Open);
     }
 
   private:
+    template <int32_t s32Bytes> ZU_HOT static CURSOR_S copied(CURSOR_S stCursor) {
+        for (int32_t i = 0; i < s32Bytes; i += 16)
+            storeAs(stCursor.pu8Output + i, loadAs<VECTOR_U8>(stCursor.pu8Input + i));
+        return advanced(stCursor, s32Bytes, s32Bytes);
+    }
+
     static CURSOR_S convertFlawed(CURSOR_S stCursor, STRETCH_S stStretch) {
         // Behind a flaw the next block may be well-formed again.
         constexpr int32_t s32Steps = HAS_VECTORS ? 8 : INT32_MAX;

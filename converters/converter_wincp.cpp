@@ -30,6 +30,15 @@ template <size_t u32Entries> void copyPage(uint16_t (&au16Copy)[u32Entries], con
         logText(LOG_ERROR, "memcpy_s fail");
 }
 
+// What code page 1254 has in common with ISO-8859-1 it does not take from its table: these bytes are right even when the
+// table could not be copied.
+void setLatin1Rows(uint16_t (&au16Cp1254)[128]) {
+    for (uint16_t u16Byte = 0xA0; u16Byte <= 0xEF; ++u16Byte) {
+        if (u16Byte <= 0xCF || u16Byte >= 0xE0)
+            au16Cp1254[u16Byte - 0x80] = u16Byte;
+    }
+}
+
 int32_t _Win_cp_Converter_init(ZU_CHARSET_HANDLE hHandle) {
     if (hHandle == nullptr)
         return refuse("ZU_CHARSETCONVERTER_WinCp_S pstConv is null");
@@ -39,6 +48,7 @@ int32_t _Win_cp_Converter_init(ZU_CHARSET_HANDLE hHandle) {
     copyPage(stConv.au16Cp1252, g_Converter_win_cp1252);
     copyPage(stConv.au16Cp1253, g_Converter_win_cp1253);
     copyPage(stConv.au16Cp1254, g_Converter_win_cp1254);
+    setLatin1Rows(stConv.au16Cp1254);
     copyPage(stConv.au16Cp1255, g_Converter_win_cp1255);
     copyPage(stConv.au16Cp1256, g_Converter_win_cp1256);
     copyPage(stConv.au16Cp1257, g_Converter_win_cp1257);

@@ -34,14 +34,75 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
         return character(u16Unicode, 1);
     }
 
-    // A byte costs one look-up in a table of sequences, and no decision: alphabets mix with spaces in no order that a
-    // processor could foresee.
     CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
+        const bool bBlocks = stStretch.hasRoom(stCursor, PLAIN_BLOCK, BLOCK_MOST);
+        if (HAS_SHUFFLE && bBlocks && stPage.au16ToUnicode.empty())
+            return convertLatin1(stCursor, stStretch);
         if (pu32Sequences == nullptr) {
             if (stStretch.pu8InputStop - stCursor.pu8Input < EXPANSION_PAYS)
                 return CodePointDecoder::convertStretch(stCursor, stStretch);
             pu32Sequences = expand();
         }
+        if (HAS_ROWS && bBlocks && countForeign(stCursor.pu8Input) >= ROWS_PAY)
+            return convertPage(stCursor, stStretch);
+        return convertBySequences(stCursor, stStretch);
+    }
+
+  private:
+    static constexpr int32_t BLOCK_MOST = PLAIN_BLOCK * 3 + KERNEL_MARGIN;
+
+    // Block by block, up to plain text.
+    template <class ConvertBlock>
+    ZU_HOT static CURSOR_S convertBlocks(CURSOR_S stCursor, STRETCH_S stStretch, ConvertBlock convertBlock) {
+        do
+            stCursor = convertBlock(stCursor);
+        while (stStretch.goesOn(stCursor) && stStretch.hasRoom(stCursor, PLAIN_BLOCK, BLOCK_MOST) &&
+               !isAsciiBlock(stCursor.pu8Input));
+        return stCursor;
+    }
+
+    [[gnu::noinline]] static CURSOR_S convertLatin1(CURSOR_S stCursor, STRETCH_S stStretch) {
+        return convertBlocks(stCursor, stStretch, [](CURSOR_S stBlock) {
+#pragma GCC unroll 4
+            for (int32_t i = 0; i < PLAIN_BLOCK; i += WIDE_BYTES) {
+                const auto vText = loadAs<WIDE_U8>(stBlock.pu8Input);
+                stBlock = {stBlock.pu8Input + WIDE_BYTES,
+                           storeOneOrTwo(stBlock.pu8Output, vText, std::bit_cast<WIDE_MASK>(vText) < 0,
+                                         vText >> 6 | 0xC0, vText & 0xBF)};
+            }
+            return stBlock;
+        });
+    }
+
+    // Where all foreign bytes of a vector have sequences of two bytes, these come from rows. The others have none
+    // there.
+    [[gnu::noinline]] CURSOR_S convertPage(CURSOR_S stCursor, STRETCH_S stStretch) const {
+        const uint32_t *const pu32Table = pu32Sequences;
+        return convertBlocks(stCursor, stStretch, [&](CURSOR_S stBlock) {
+            for (int32_t i = 0; i < PLAIN_BLOCK; i += WIDE_BYTES) {
+                const auto vText = loadAs<WIDE_U8>(stBlock.pu8Input);
+                const WIDE_MASK vForeign = std::bit_cast<WIDE_MASK>(vText) < 0;
+                const auto [vFirst, vLast] = lookedUp(stRows, vText);
+                if (isZero(vForeign & (vFirst == 0)))
+                    stBlock.pu8Output = storeOneOrTwo(stBlock.pu8Output, vText, vForeign, vFirst, vLast);
+                else
+                    stBlock.pu8Output = storeLookedUp<WIDE_BYTES>(stBlock, pu32Table);
+                stBlock.pu8Input += WIDE_BYTES;
+            }
+            return stBlock;
+        });
+    }
+
+    template <int32_t s32Bytes> static uint8_t *storeLookedUp(CURSOR_S stCursor, const uint32_t *pu32Table) {
+#pragma GCC unroll 8
+        for (int32_t i = 0; i < s32Bytes; ++i)
+            stCursor.pu8Output = storeSequence(stCursor.pu8Output, pu32Table[stCursor.pu8Input[i]]);
+        return stCursor.pu8Output;
+    }
+
+    // A byte costs one look-up in a table of sequences, and no decision: alphabets mix with spaces in no order that a
+    // processor could foresee.
+    CURSOR_S convertBySequences(CURSOR_S stCursor, STRETCH_S stStretch) const {
         const uint32_t *const pu32Table = pu32Sequences;
         PlainCounter<8> stPlain;
         while (stStretch.goesOn(stCursor)) {
@@ -54,16 +115,13 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
                 continue;
             }
             stPlain.isLong(false);
-#pragma GCC unroll 8
-            for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 8)
-                stCursor.pu8Output = storeSequence(stCursor.pu8Output, pu32Table[u64Word >> s32Shift & 0xFF]);
-            stCursor.pu8Input += 8;
+            stCursor = {stCursor.pu8Input + 8, storeLookedUp<8>(stCursor, pu32Table)};
         }
         return stCursor;
     }
 
-  private:
     static constexpr int32_t EXPANSION_PAYS = 256;
+    static constexpr int32_t ROWS_PAY = PLAIN_BLOCK / 4; // foreign bytes in a block
 
     const uint32_t *expand() const {
         if (stPage.au16ToUnicode.empty())
@@ -80,6 +138,12 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
             for (size_t i = 0; i < stPage.au16ToUnicode.size(); ++i)
                 pu32Sequence[i] = stPage.au16ToUnicode[i] == UNDEFINED ? 0 : pu32Sequence[i];
         }
+        for (uint32_t i = 0; HAS_ROWS && i < 0x80; ++i) {
+            const uint32_t u32Sequence = stSequences.au32[0x80 + i];
+            const bool bTwo = u32Sequence >> 24 == 2;
+            stRows.au8First[i / 16][i % 16] = static_cast<uint8_t>(bTwo ? u32Sequence : 0);
+            stRows.au8Second[i / 16][i % 16] = static_cast<uint8_t>(u32Sequence >> 8);
+        }
         return stSequences.au32;
     }
 
@@ -87,6 +151,7 @@ class SingleByteDecoder : public CodePointDecoder<SingleByteDecoder> {
     // Made when a long text turns out to need it.
     mutable const uint32_t *pu32Sequences = nullptr;
     mutable SEQUENCES_S stSequences;
+    mutable ROWS_OF_TWO_S stRows;
 };
 
 } // namespace

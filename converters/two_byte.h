@@ -46,14 +46,25 @@ constexpr TRAIL_COLUMNS_S trailColumns(const PAIR_GRID_S &stGrid) {
 //       pairs that are common in its text
 //   uint32_t entry(uint32_t u32Row, uint32_t u32Column) const
 //       the code point at a place of that grid: if it is 800 or more, the one that next() gives for the pair
+//   static constexpr bool LONG_RUNS
+//       whether eight pairs in a row are common, and if so
+//   const uint8_t *table() const
+//   static constexpr bool HIGH_BYTE_FIRST
+//       what entry() reads from, row by row, and the order of its bytes
 template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
-    // Two pairs at a time where there are two. A single ASCII character between pairs is taken by itself: it is nearly
-    // always a space, and then nothing has to be counted before the next word can begin.
+    // Eight pairs at a time, or else two, where there are so many. A single ASCII character between pairs is taken by
+    // itself: it is nearly always a space, and then nothing has to be counted before the next word can begin.
     CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
         const Decoder stDecoder = *static_cast<const Decoder *>(this); // a copy that no written byte could change
         PlainCounter<8> stPlain;
         while (stStretch.goesOn(stCursor)) {
             const uint8_t *const pu8Input = stCursor.pu8Input;
+            if constexpr (HAS_QUICK_LANES && Decoder::LONG_RUNS) {
+                if (storeEightPairs(stDecoder.table(), stCursor)) {
+                    stCursor = advanced(stCursor, 16, 24);
+                    continue;
+                }
+            }
             const uint32_t u32First = commonPair(stDecoder, pu8Input);
             if (u32First >= 0x800) {
                 const uint32_t u32Second = commonPair(stDecoder, pu8Input + 2);
@@ -94,6 +105,45 @@ template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
         if (u32Row >= stGrid.rows() || u32Column >= stGrid.columns())
             return 0;
         return stDecoder.entry(u32Row, u32Column);
+    }
+
+    // By words: lanes would be taken out and put in one by one through the shuffling unit.
+    ZU_HOT static VECTOR_U16 lookedUp(const uint8_t *pu8Table, VECTOR_U16 vIndex) {
+        const auto vIndices = std::bit_cast<VECTOR_U64>(vIndex);
+        VECTOR_U64 vEntries{};
+#pragma GCC unroll 2
+        for (int32_t i = 0; i < 2; ++i) {
+            const uint64_t u64Indices = vIndices[i];
+            uint64_t u64Entries = 0;
+#pragma GCC unroll 4
+            for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 16)
+                u64Entries |= uint64_t{loadAs<uint16_t>(pu8Table + 2 * (u64Indices >> s32Shift & 0xFFFF))} << s32Shift;
+            vEntries[i] = u64Entries;
+        }
+        const auto vUnicode = std::bit_cast<VECTOR_U16>(vEntries);
+        return Decoder::HIGH_BYTE_FIRST ? vUnicode << 8 | vUnicode >> 8 : vUnicode;
+    }
+
+    // Writes the sequences of eight pairs if all of them are common ones.
+    ZU_HOT static bool storeEightPairs(const uint8_t *pu8Table, CURSOR_S stCursor) {
+        constexpr PAIR_GRID_S stGrid = Decoder::GRID;
+        const auto vPairs = loadAs<VECTOR_U16>(stCursor.pu8Input);
+        const VECTOR_U16 vRow = (vPairs & 0xFF) - stGrid.u8FirstLead;
+        const VECTOR_U16 vTrail = vPairs >> 8;
+        VECTOR_U16 vColumn = vTrail - stGrid.u8FirstTrail;
+        auto vRare = (vRow > static_cast<uint16_t>(stGrid.rows() - 1)) |
+                     (vColumn > static_cast<uint16_t>(stGrid.u8LastTrail - stGrid.u8FirstTrail));
+        if constexpr (stGrid.u32GapLength > 0) {
+            vRare |= vTrail - stGrid.u8GapFirst < static_cast<uint16_t>(stGrid.u32GapLength);
+            vColumn -=
+                std::bit_cast<VECTOR_U16>(vTrail > stGrid.u8GapFirst) & static_cast<uint16_t>(stGrid.u32GapLength);
+        }
+        if (!isZero(vRare))
+            return false;
+        const VECTOR_U16 vIndex = vRow * static_cast<uint16_t>(stGrid.columns()) + vColumn;
+        const VECTOR_U16 vUnicode = lookedUp(pu8Table, vIndex);
+        storeThreeByteSequences(stCursor.pu8Output, vUnicode);
+        return isZero(vUnicode < 0x800);
     }
 };
 

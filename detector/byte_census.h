@@ -98,8 +98,38 @@ class VectorCensus {
     VECTOR_MASK vEscape{}, vTilde{};
 };
 
-// The same without vectors. Plain text is told by the word; the rest is counted byte by byte where that promises much,
-// in texts whose first foreign bytes are mostly light, and is taken for the worst elsewhere.
+// What a byte counts for, in fields of so many bits that the sum over HALF_BLOCK bytes fits.
+struct BYTE_CLASSES_S {
+    static constexpr int32_t HALF_BLOCK = TEXT_BLOCK / 2;
+    static constexpr int32_t BITS = 6;
+    static_assert(HALF_BLOCK < 1 << BITS);
+
+    enum CLASS_E : int32_t { FOREIGN, HEAVY, COMMON_LEAD, RARE_LEAD, TILDE };
+
+    uint32_t au32[256];
+
+    constexpr void add(uint32_t u32Byte, CLASS_E enClass) { au32[u32Byte] |= 1u << BITS * enClass; }
+    static constexpr int32_t countOf(uint32_t u32Sum, CLASS_E enClass) {
+        return static_cast<int32_t>(u32Sum >> BITS * enClass & ((1u << BITS) - 1));
+    }
+};
+
+constexpr BYTE_CLASSES_S s_stByteClasses = [] {
+    BYTE_CLASSES_S stClasses{};
+    stClasses.add('~', BYTE_CLASSES_S::TILDE);
+    for (uint32_t u32Byte = 0x7F; u32Byte <= 0xFF; ++u32Byte) {
+        stClasses.add(u32Byte, BYTE_CLASSES_S::FOREIGN);
+        if (u32Byte < FIRST_LIGHT_LEAD)
+            stClasses.add(u32Byte, BYTE_CLASSES_S::HEAVY);
+        if (isSjisLead(static_cast<uint8_t>(u32Byte)))
+            stClasses.add(u32Byte,
+                          u32Byte <= SJIS_LAST_COMMON_LEAD ? BYTE_CLASSES_S::COMMON_LEAD : BYTE_CLASSES_S::RARE_LEAD);
+    }
+    return stClasses;
+}();
+
+// The same without vectors. Plain text is told by the word; the rest is counted where that promises much, in texts
+// whose first foreign bytes are mostly light, and is taken for the worst elsewhere.
 class WordCensus {
   public:
     static constexpr int32_t MOST = INT32_MAX;
@@ -116,47 +146,77 @@ class WordCensus {
     }
 
     void add(const uint8_t *pu8Block) {
-        uint64_t u64Marked = 0; // bytes from 7E on, with that tilde among the foreign ones
-        for (int32_t i = 0; i < TEXT_BLOCK; i += 8) {
-            const auto u64Word = loadAs<uint64_t>(pu8Block + i);
-            u64Marked |= markAtLeast(u64Word, '~');
-            u64Escapes |= markEqual(u64Word, ESC);
+        // As markAtLeast() and markEqual() do it, but that the high bits are taken out of all words at once.
+        WORD wMarked = 0; // bytes from 7E on, with that tilde among the foreign ones
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < TEXT_BLOCK; i += WORD_BYTES) {
+            const WORD wText = loadAs<WORD>(pu8Block + i);
+            const WORD wNoEscape = wText ^ inEveryByte<WORD>(ESC);
+            wMarked |= wText | (wText + inEveryByte<WORD>(0x80 - '~'));
+            wEscapes |= (wNoEscape - inEveryByte<WORD>(1)) & ~wNoEscape;
         }
-        if (u64Marked == 0 && pu8Block[-1] < '~')
+        if ((wMarked & inEveryByte<WORD>(0x80)) == 0 && pu8Block[-1] < '~')
             return;
-        bTilde = true;
         stFound.s32MostPairs += TEXT_BLOCK / 2 + 1;
-        if (!bCounts) {
-            stFound.s32MostWeighty += TEXT_BLOCK;
-            stFound.s32MostCommonLeads += TEXT_BLOCK;
-            stFound.s32MostRareLeads += TEXT_BLOCK;
+        if (bCounts) {
+            countClasses(pu8Block);
+            stFound.s32MostWeighty += countLightPairs(pu8Block);
             return;
         }
-        for (int32_t i = 0; i < TEXT_BLOCK; ++i) {
-            const uint8_t u8Byte = pu8Block[i];
-            if (u8Byte <= 0x7E)
-                continue;
-            ++stFound.s32LeastForeign;
-            // What follows the last byte is taken for the worst.
-            if (u8Byte < FIRST_LIGHT_LEAD || i == TEXT_BLOCK - 1 ||
-                (pu8Block[i + 1] >= FIRST_TRAIL_OF_ANY && pu8Block[i + 1] < FIRST_LIGHT_TRAIL))
-                ++stFound.s32MostWeighty;
-            if (isSjisLead(u8Byte))
-                ++(u8Byte <= SJIS_LAST_COMMON_LEAD ? stFound.s32MostCommonLeads : stFound.s32MostRareLeads);
-        }
+        stFound.bTilde = true;
+        addBlock(stFound.s32MostWeighty);
+        addBlock(stFound.s32MostCommonLeads);
+        addBlock(stFound.s32MostRareLeads);
     }
 
     void addTo(BYTE_CENSUS_S &stCensus) const {
         stCensus = stFound;
-        stCensus.bEscape = u64Escapes != 0;
-        stCensus.bTilde = bTilde;
+        stCensus.bEscape = (wEscapes & inEveryByte<WORD>(0x80)) != 0;
     }
 
   private:
+    using WORD = size_t;
+    static constexpr int32_t WORD_BYTES = sizeof(WORD);
+
+    // The last block of the longest text is a byte short, and so is the room for it.
+    static void addBlock(int32_t &s32Bytes) { s32Bytes += std::min(TEXT_BLOCK, INT32_MAX - s32Bytes); }
+
+    void countClasses(const uint8_t *pu8Block) {
+        using CLASSES = BYTE_CLASSES_S;
+        for (int32_t s32Half = 0; s32Half < TEXT_BLOCK; s32Half += CLASSES::HALF_BLOCK) {
+            uint32_t u32Sum = 0;
+#pragma GCC unroll 16
+            for (int32_t i = 0; i < CLASSES::HALF_BLOCK; ++i)
+                u32Sum += s_stByteClasses.au32[pu8Block[s32Half + i]];
+            stFound.s32LeastForeign += CLASSES::countOf(u32Sum, CLASSES::FOREIGN);
+            stFound.s32MostWeighty += CLASSES::countOf(u32Sum, CLASSES::HEAVY);
+            stFound.s32MostCommonLeads += CLASSES::countOf(u32Sum, CLASSES::COMMON_LEAD);
+            stFound.s32MostRareLeads += CLASSES::countOf(u32Sum, CLASSES::RARE_LEAD);
+            stFound.bTilde |= CLASSES::countOf(u32Sum, CLASSES::TILDE) > 0;
+        }
+    }
+
+    // Bytes from 30 to 7E behind a light lead byte. With the heavy ones that is all that can make a pair weighty: a
+    // light lead byte before a higher trail byte of weight has that for the pair's heavy byte.
+    static int32_t countLightPairs(const uint8_t *pu8Block) {
+        constexpr auto wHigh = inEveryByte<WORD>(0x80);
+        WORD wBefore = pu8Block[-1] >= FIRST_LIGHT_LEAD ? 0x80 : 0;
+        WORD wPairs = 0; // a sum for each place in a word, at most 16
+#pragma GCC unroll 4
+        for (int32_t i = 0; i < TEXT_BLOCK; i += WORD_BYTES) {
+            const WORD wText = loadAs<WORD>(pu8Block + i);
+            const WORD wLow = wText & ~wHigh;
+            const WORD wLight = wText & (wLow + inEveryByte<WORD>(0x100 - FIRST_LIGHT_LEAD)) & wHigh;
+            const WORD wTrail = (wLow + inEveryByte<WORD>(0x80 - FIRST_TRAIL_OF_ANY)) & ~wText;
+            wPairs += (wTrail & (wBefore | wLight << 8)) >> 7;
+            wBefore = wLight >> 8 * (WORD_BYTES - 1);
+        }
+        return static_cast<int32_t>(wPairs * inEveryByte<WORD>(1) >> 8 * (WORD_BYTES - 1));
+    }
+
     bool bCounts;
     BYTE_CENSUS_S stFound{};
-    uint64_t u64Escapes = 0;
-    bool bTilde = false;
+    WORD wEscapes = 0;
 };
 
 using BlockCensus = std::conditional_t<HAS_VECTORS, VectorCensus, WordCensus>;

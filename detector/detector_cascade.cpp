@@ -100,8 +100,6 @@ bool knowsAscii(const GAPS_S &stGaps) { return stGaps.s32Count == 0 || stGaps.au
 bool isSuspicious(const uint8_t *pu8Block, const GAPS_S &stGaps) {
     if (knowsAscii(stGaps) && isAsciiBlock(pu8Block))
         return false;
-    if (!HAS_VECTORS)
-        return true;
     VECTOR_MASK vFound{};
     const auto look = [&](uint8_t u8First, uint8_t u8Last) {
 #pragma GCC unroll 4
@@ -139,13 +137,23 @@ int32_t findUnknown(const HANDLE_CONTROL_S &stControl, TEXT_S stText, int32_t s3
     return s32Pos;
 }
 
-// The bytes at the start of a text, which show for most rows that they do not know them all.
-constexpr int32_t START = 512;
+// The bytes at the start of a text, which show for most rows that they do not know them all. Without vectors it is
+// faster to take down the bytes of the whole text than to look for unknown ones.
+constexpr int32_t START = HAS_VECTORS ? 512 : INT32_MAX;
 
-ByteSet bytesOf(TEXT_S stText) {
+// The bytes that occur, up to a quit request.
+ByteSet bytesOf(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
     uint8_t au8Seen[256] = {};
-    for (int32_t i = 0; i < stText.s32Length; ++i)
-        au8Seen[stText.pu8[i]] = 1;
+    for (int32_t s32Pos = 0; s32Pos < stText.s32Length && !quitRequested(stControl);) {
+        const int32_t s32BlockEnd = s32Pos + std::min(stText.s32Length - s32Pos, QUIT_BLOCK);
+        for (; s32BlockEnd - s32Pos >= 8; s32Pos += 8) {
+#pragma GCC unroll 8
+            for (int32_t i = 0; i < 8; ++i)
+                au8Seen[stText.pu8[s32Pos + i]] = 1;
+        }
+        for (; s32Pos < s32BlockEnd; ++s32Pos)
+            au8Seen[stText.pu8[s32Pos]] = 1;
+    }
     ByteSet stBytes{};
     for (uint32_t u32Byte = 0; u32Byte < 256; ++u32Byte)
         stBytes.au32Bits[u32Byte / 32] |= uint32_t{au8Seen[u32Byte]} << u32Byte % 32;
@@ -165,8 +173,7 @@ bool acceptsUtf16(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl,
                                     [&stControl] { return quitRequested(stControl); }) == 0;
 }
 
-bool holdsZero(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
-    int32_t s32Pos = 0;
+bool holdsZero(const HANDLE_CONTROL_S &stControl, TEXT_S stText, int32_t s32Pos) {
     while (s32Pos < stText.s32Length && !quitRequested(stControl)) {
         s32Pos = findMarkedUnlessQuit(stControl, stText, s32Pos, [](auto wWords) { return markEqual(wWords, 0); });
         if (s32Pos < stText.s32Length && stText.pu8[s32Pos] == 0)
@@ -181,13 +188,13 @@ std::span<const CASCADE_ROW_S> cascadeRows() { return s_astCascade; }
 
 // The bytes that occur are all that the single-byte tests look at.
 int32_t identifySingleByte(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
-    const bool bZero = holdsZero(stControl, stText);
+    const int32_t s32Start = std::min(stText.s32Length, START);
+    ByteSet stSeen = bytesOf(stControl, {stText.pu8, s32Start});
+    const bool bZero = stSeen.has(0) || holdsZero(stControl, stText, s32Start);
     for (size_t i = 0; i < UTF16_ROWS && !quitRequested(stControl); ++i) {
         if (acceptsUtf16(s_astCascade[i], stControl, stText, bZero))
             return s_astCascade[i].s32CodeType;
     }
-    const int32_t s32Start = std::min(stText.s32Length, START);
-    ByteSet stSeen = bytesOf({stText.pu8, s32Start});
     for (size_t i = UTF16_ROWS; i < std::size(s_astCascade) && !quitRequested(stControl); ++i) {
         const CASCADE_ROW_S &stRow = s_astCascade[i];
         if (!stRow.pstKnown->includes(stSeen))

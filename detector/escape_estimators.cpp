@@ -130,8 +130,6 @@ int32_t _Detector_iso_2022_cn_probability(const ZU_CHARSETDETECTOR_Common_S &stD
             s32Pos = scanIso2022Segment(stDetector, stText, s32Pos + 4, GB_7BIT, stTotals);
         else if (holdsAt(stText, s32Pos, "\x1B$)G"))
             s32Pos = scanIso2022Segment(stDetector, stText, s32Pos + 4, CNS_7BIT, stTotals);
-        if (holdsAt(stText, s32Pos, "\x1B(B"))
-            s32Pos += 2;
         if (s32Pos == stText.s32Length)
             break;
         s32Pos = findByte(stDetector, stText, s32Pos + 1, ESC);

@@ -24,16 +24,11 @@ bool isUtf8Bom(TEXT_S stText) {
     return stText.s32Length >= 4 && stText.pu8[0] == 0xEF && stText.pu8[1] == 0xBB && stText.pu8[2] == 0xBF;
 }
 
-// A second opinion on a buffer too short to trust: its first byte above 7F decides, a leading byte order mark apart.
+// A second opinion on a flawless text too short to trust: nothing but a byte order mark may be foreign.
 DETECTOR_ENCODING_E getLabelCodeType(TEXT_S stText) {
-    const int32_t s32First = isUtf8Bom(stText) ? 3 : 0;
-    for (int32_t s32Pos = s32First; s32Pos < stText.s32Length; ++s32Pos) {
-        const uint8_t u8Byte = stText.pu8[s32Pos];
-        if (u8Byte < 0x80)
-            continue;
-        const bool bLead = u8Byte >= 0xC0 && u8Byte != 0xDE && u8Byte != 0xDF && u8Byte < 0xFE;
-        const bool bLast = s32Pos + 1 == stText.s32Length;
-        return bLead && bLast ? DETECTOR_ENCODING_UTF8 : DETECTOR_ENCODING_GBK;
+    for (int32_t s32Pos = isUtf8Bom(stText) ? 3 : 0; s32Pos < stText.s32Length; ++s32Pos) {
+        if (stText.pu8[s32Pos] >= 0x80)
+            return DETECTOR_ENCODING_GBK;
     }
     return DETECTOR_ENCODING_UTF8;
 }

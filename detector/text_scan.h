@@ -4,27 +4,35 @@
 #include "detector_vote.h"
 #include "utf8_block.h"
 
+#include <type_traits>
+
 namespace zucharset {
 
 // Bytes between two looks at the quit flag.
 constexpr int32_t QUIT_BLOCK = TEXT_BLOCK;
 
-// The marks below take a word, or a vector of words.
+// A byte in every place of a word, or of a vector of words, which is what the marks below take.
+template <class Words> constexpr Words inEveryByte(uint32_t u32Byte) {
+    if constexpr (std::is_integral_v<Words>)
+        return static_cast<Words>(EVERY_BYTE * u32Byte);
+    else
+        return EVERY_BYTE * u32Byte + Words{};
+}
 
 // Marks the high bit of each byte that is u8Least or more, where 41 <= u8Least <= 80; right up to and including the
 // lowest mark, which is all that a search for the first such byte needs.
 template <class Words> constexpr Words markAtLeast(Words wWords, uint8_t u8Least) {
-    return (wWords | (wWords + EVERY_BYTE * (0x80u - u8Least))) & HIGH_BITS;
+    return (wWords | (wWords + inEveryByte<Words>(0x80u - u8Least))) & inEveryByte<Words>(0x80);
 }
 
 // The same for bytes below u8Limit, where u8Limit <= 80.
 template <class Words> constexpr Words markBelow(Words wWords, uint8_t u8Limit) {
-    return (wWords - EVERY_BYTE * u8Limit) & ~wWords & HIGH_BITS;
+    return (wWords - inEveryByte<Words>(u8Limit)) & ~wWords & inEveryByte<Words>(0x80);
 }
 
 // The same for bytes equal to u8Value.
 template <class Words> constexpr Words markEqual(Words wWords, uint8_t u8Value) {
-    return markBelow(wWords ^ (EVERY_BYTE * u8Value), 1);
+    return markBelow(wWords ^ inEveryByte<Words>(u8Value), 1);
 }
 
 // Position of the first byte from s32Pos on that stMark marks, or s32End.

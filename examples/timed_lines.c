@@ -1,12 +1,11 @@
 /*
  * The text side of a small player: reads an .srt file in any encoding and prints its cues as timed lines in UTF-8.
  *
- *   timed_lines FILE [CODETYPE]
+ *   timed_lines FILE [ENCODING]
  *
- * Detection tells the many-byte encodings apart well and the single-byte ones badly, so a player lets its user name
- * the encoding; here the second argument does that.
+ * The encoding is judged by how the text reads; a player lets its user overrule that, as the second argument does here.
  */
-#include "zucharset.h"
+#include "zutext.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -14,7 +13,7 @@
 
 enum { LARGEST = 64 << 20 };
 
-static uint8_t *readFile(const char *name, int32_t *length) {
+static uint8_t *readFile(const char *name, size_t *length) {
     FILE *file = fopen(name, "rb");
     if (file == NULL)
         return NULL;
@@ -28,62 +27,10 @@ static uint8_t *readFile(const char *name, int32_t *length) {
             free(bytes);
             bytes = NULL;
         }
-        *length = (int32_t)size;
+        *length = (size_t)size;
     }
     fclose(file);
     return bytes;
-}
-
-static int32_t detect(const uint8_t *bytes, int32_t length) {
-    ZU_CHARSET_HANDLE handle = NULL;
-    int32_t type = -1;
-    if (g_stCharset_entry.pfnDetectorCreate(&handle, 0) != 0)
-        return -1;
-    if (g_stCharset_entry.pfnDetectorIdentStream(handle, bytes, length, 0, &type) != 0)
-        type = -1;
-    g_stCharset_entry.pfnDetectorClose(handle);
-    return type;
-}
-
-/* The whole text as UTF-8 with a 0 byte behind it, to be freed; null on failure. */
-static char *toUtf8(const uint8_t *bytes, int32_t length, int32_t type) {
-    const ZU_CHARSET_S *entry = &g_stCharset_entry;
-    ZU_CHARSET_HANDLE handle = NULL;
-    int32_t written = 3 * length;
-    uint32_t consumed = 0;
-    uint8_t *text = malloc((size_t)written + 1);
-    if (text == NULL || entry->pfnConverterFind(type, ZU_CHARSET_CODETYPE_UTF8) != 0 ||
-        entry->pfnConverterCreate(&handle, 0) != 0) {
-        free(text);
-        return NULL;
-    }
-    const int32_t result =
-        entry->pfnConverterConvStream(handle, bytes, length, text, &written, type, ZU_CHARSET_CODETYPE_UTF8, &consumed);
-    entry->pfnConverterClose(handle);
-    if (result != 0) {
-        free(text);
-        return NULL;
-    }
-    return (char *)text;
-}
-
-/* The library writes UTF-16 unit by unit: a character beyond U+FFFF comes as two halves of three bytes, ED A0..AF xx
- * and ED B0..BF xx. This makes well-formed UTF-8 of such pairs, in place. */
-static void joinSurrogates(char *text) {
-    uint8_t *to = (uint8_t *)text;
-    const uint8_t *from = to;
-    while (*from != 0) {
-        if (from[0] == 0xED && (from[1] & 0xF0) == 0xA0 && from[3] == 0xED && (from[4] & 0xF0) == 0xB0) {
-            const uint32_t high = (from[1] & 0x0Fu) << 6 | (from[2] & 0x3Fu);
-            const uint32_t low = (from[4] & 0x0Fu) << 6 | (from[5] & 0x3Fu);
-            const uint32_t character = 0x10000u + (high << 10) + low;
-            to += ZU_CHARSET_UNICODEToUTF8code(character, to);
-            from += 6;
-        } else {
-            *to++ = *from++;
-        }
-    }
-    *to = 0;
 }
 
 /* Cuts the next line off the text and ends it before its line end; null at the end of the text. */
@@ -102,9 +49,6 @@ static char *nextLine(char **text) {
 }
 
 static void printCues(char *text) {
-    static const char mark[] = "\xEF\xBB\xBF"; /* a byte order mark is converted like any character */
-    if (strncmp(text, mark, strlen(mark)) == 0)
-        text += strlen(mark);
     int inCue = 0; /* 1: timed, 2: and the first line printed */
     for (char *line; (line = nextLine(&text)) != NULL;) {
         int from[4], to[4];
@@ -126,26 +70,44 @@ static void printCues(char *text) {
         putchar('\n');
 }
 
+/* What the screen may show for a second or two. */
+static void tellReading(const zutext_verdict *verdict) {
+    const char *language = zutext_language_name(verdict->language);
+    fprintf(stderr, "read as %s%s%s%s\n", zutext_encoding_of(verdict->encoding)->name, language != NULL ? ", " : "",
+            language != NULL ? language : "", verdict->sure ? "" : " (not sure)");
+}
+
 int main(int argc, char **argv) {
     if (argc < 2 || argc > 3) {
-        fprintf(stderr, "usage: timed_lines FILE [CODETYPE]\n");
+        fprintf(stderr, "usage: timed_lines FILE [ENCODING]\n");
         return 2;
     }
-    int32_t length = 0;
+    zutext_options options = {.flags = ZUTEXT_STRIP_MARK};
+    if (argc > 2) {
+        const zutext_encoding *encoding = zutext_find_encoding(argv[2], strlen(argv[2]), NULL);
+        if (encoding == NULL) {
+            fprintf(stderr, "unknown encoding %s\n", argv[2]);
+            return 2;
+        }
+        options.from = encoding->id;
+    }
+    size_t length = 0;
     uint8_t *bytes = readFile(argv[1], &length);
     if (bytes == NULL) {
         fprintf(stderr, "cannot read %s, or it is empty or beyond %d bytes\n", argv[1], (int)LARGEST);
         return 1;
     }
-    const int32_t type = argc > 2 ? atoi(argv[2]) : detect(bytes, length);
-    char *text = toUtf8(bytes, length, type);
+    zutext_text text;
+    const int32_t result = zutext_convert(bytes, length, &options, &text);
     free(bytes);
-    if (text == NULL) {
-        fprintf(stderr, "cannot convert from code type %d\n", (int)type);
+    if (result != ZUTEXT_OK) {
+        const zutext_encoding *encoding = zutext_encoding_of(text.verdict.encoding);
+        fprintf(stderr, "cannot show %s: %s%s%s\n", argv[1], zutext_error_text(result), encoding != NULL ? ": " : "",
+                encoding != NULL ? encoding->name : "");
         return 1;
     }
-    joinSurrogates(text);
-    printCues(text);
-    free(text);
+    tellReading(&text.verdict);
+    printCues((char *)text.bytes);
+    zutext_release(&text);
     return fflush(stdout) == 0 ? 0 : 1;
 }

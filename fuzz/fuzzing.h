@@ -59,6 +59,5 @@ inline Converted convert(ZU_CHARSET_HANDLE handle, const Bytes &text, size_t cap
         converted.output.resize(static_cast<size_t>(written));
         CHECK(areWholeSequences(converted.output));
     }
-    recording::takeWhole();
     return converted;
 }

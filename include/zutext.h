@@ -273,7 +273,8 @@ ZUTEXT_API int32_t zutext_open(const zutext_options *options, zutext_stream **st
 
 /**
  * Takes the next piece of the text, cut anywhere. Plain ASCII passes; from the first other byte the stream gathers its
- * sample, judges, and converts what it holds and all that follows. Until then output may be empty.
+ * sample, judges, and converts what it holds and all that follows. Until then output may be empty; it always holds
+ * whole characters.
  * @param stream  from zutext_open()
  * @param bytes   read only during the call; may be null when length is 0
  * @param length  in bytes, any; a piece of 64 KiB costs least memory

@@ -300,10 +300,10 @@ int32_t charsetListConvStream(CHARSET_HANDLE_S &stHandle, const CONV_REQUEST_S &
         s32Result = stHandle.pstPlugin->pfnConverterCreate(&hNew, loadOption(stHandle.stControl));
         if (s32Result != 0)
             continue;
+        // From here on a quit request reaches the converter. One that came before ends no conversion; it only fails
+        // the request when that is made.
         holdPlugin(stHandle, hNew);
-        // A quit request that came before the new handle was to be seen has not reached it.
-        const bool bQuit = __atomic_load_n(&stHandle.stControl.s32Quit, __ATOMIC_SEQ_CST) > 0;
-        s32Result = bQuit ? -1 : convertThroughPlugin(stHandle, stRequest);
+        s32Result = convertThroughPlugin(stHandle, stRequest);
         if (s32Result != 0)
             closePlugin(stHandle, &ZU_CHARSET_S::pfnConverterClose);
     }

@@ -22,9 +22,7 @@ function(install_library target name component description)
 endfunction()
 
 install_library(zucharset_lib zucharset runtime "${PROJECT_DESCRIPTION}")
-if(TARGET zutext_lib)
-    install_library(zutext_lib zutext text "Text of unknown encoding to UTF-8, with an account of what is lost")
-endif()
+install_library(zutext_lib zutext text "Text of unknown encoding to UTF-8, with an account of what is lost")
 
 # The stand-in stands apart, so that a player's own utility library can take its place.
 install(TARGETS vemora_utils LIBRARY COMPONENT standin)

@@ -4,7 +4,6 @@ set(CPACK_PACKAGE_NAME zucharset)
 # Each package has a description of its own.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
 set(CPACK_PACKAGE_VENDOR "the zucharset maintainers")
-# The project has no domain of its own, and makes none up: mail stays on the machine.
 set(CPACK_PACKAGE_CONTACT "zucharset maintainers <zucharset@localhost>")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
@@ -25,14 +24,26 @@ if(CMAKE_CROSSCOMPILING)
 endif()
 set(CPACK_COMPONENTS_ALL "")
 
+# What lintian says and what holds all the same, each with its reason.
+set(common_overrides
+    "# The project has no domain of its own and makes none up: mail stays on the machine."
+    "bogus-mail-host *"
+    "bogus-mail-host-in-debian-changelog *"
+    "# No bug asks for these packages: they are not uploaded to Debian."
+    "initial-upload-closes-no-bugs *")
+set(library_overrides
+    "# Hosts load the library by this name. Its interface's version stands in what it exports, and in the package's name."
+    "package-name-doesnt-match-sonames *"
+    "shared-library-lacks-version *")
+
 # debian_package(COMPONENT NAME SECTION MULTI_ARCH
 #     [DEPENDS PACKAGE...]      packages of this project or of others; the system's libraries are found out
 #     [REPLACES NAME]           a virtual name that only one installed package may have
 #     [BINARIES FILE...]        what is built of it, in the build folder, in C; CXX_BINARIES: in C++
-#     [OVERRIDES TAG...]        what lintian says and what holds all the same, each with the reason beside it
+# Section libs brings what every package of a library has.
 #     DESCRIPTION SUMMARY LONG)
 macro(debian_package component name section multi_arch)
-    cmake_parse_arguments(arg "" "REPLACES" "DEPENDS;BINARIES;CXX_BINARIES;OVERRIDES;DESCRIPTION" ${ARGN})
+    cmake_parse_arguments(arg "" "REPLACES" "DEPENDS;BINARIES;CXX_BINARIES;DESCRIPTION" ${ARGN})
     string(TOUPPER ${component} upper)
     list(APPEND CPACK_COMPONENTS_ALL ${component})
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
@@ -43,16 +54,16 @@ macro(debian_package component name section multi_arch)
         set(CPACK_DEBIAN_${upper}_PACKAGE_${field} ${arg_REPLACES})
     endforeach()
     list(JOIN arg_DESCRIPTION "\n" CPACK_DEBIAN_${upper}_DESCRIPTION)
+    set(overrides ${common_overrides})
     if("${section}" STREQUAL libs)
+        list(APPEND overrides ${library_overrides})
         set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
     endif()
     set(CPACK_ZUCHARSET_${upper}_BINARIES ${arg_BINARIES})
     set(CPACK_ZUCHARSET_${upper}_CXX_BINARIES ${arg_CXX_BINARIES})
-    set(CPACK_ZUCHARSET_${upper}_OVERRIDES ${arg_OVERRIDES})
+    set(CPACK_ZUCHARSET_${upper}_OVERRIDES ${overrides})
 endmacro()
 set(exactly "(= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})")
-set(text_libraries "")
-set(text_package "")
 
 # Without a version in the library's file name, the record's version word (1) stands for its interface.
 debian_package(runtime libzucharset1 libs same
@@ -62,15 +73,12 @@ debian_package(runtime libzucharset1 libs same
         "Names the encoding of subtitles and other text, and converts 31 encodings to"
         "UTF-8. It is a shared library with a C interface for media players.")
 
-if(TARGET zutext_lib)
-    set(text_package "libzutext1 ${exactly}")
-    debian_package(text libzutext1 libs same
-        BINARIES libzutext.so
-        DEPENDS "libzucharset1 ${exactly}"
-        DESCRIPTION "Text of unknown encoding to UTF-8, as a person would read it - library"
-            "Finds the encoding that makes sense of a text, says how sure that is,"
-            "converts it to well-formed UTF-8 and keeps an exact account of what is lost.")
-endif()
+debian_package(text libzutext1 libs same
+    BINARIES libzutext.so
+    DEPENDS "libzucharset1 ${exactly}"
+    DESCRIPTION "Text of unknown encoding to UTF-8, as a person would read it - library"
+        "Finds the encoding that makes sense of a text, says how sure that is,"
+        "converts it to well-formed UTF-8 and keeps an exact account of what is lost.")
 
 debian_package(standin libvemora-utils-standin libs same
     BINARIES libvemora_utils.so
@@ -88,14 +96,14 @@ debian_package(standin_development libvemora-utils-standin-dev libdevel same
         "libzucharset, as a C header.")
 
 debian_package(development libzucharset-dev libdevel same
-    DEPENDS "libzucharset1 ${exactly}" ${text_package}
+    DEPENDS "libzucharset1 ${exactly}" "libzutext1 ${exactly}"
     DESCRIPTION "Character-set detection and conversion to UTF-8 - development files"
         "The C headers, which are also the manual of the interface, with a CMake"
         "package and pkg-config files.")
 
 debian_package(command zucharset text foreign
     CXX_BINARIES zucharset
-    DEPENDS "libzucharset1 ${exactly}" ${text_package}
+    DEPENDS "libzucharset1 ${exactly}" "libzutext1 ${exactly}"
     DESCRIPTION "Name the encoding of subtitle files and convert them to UTF-8"
         "The zucharset command detects the encoding of text files, converts them to"
         "UTF-8 and tells where text would be lost.")

@@ -1,5 +1,7 @@
 # Run by CPack between the installation and the making of the packages: what Debian wants besides the files, and in the
 # form it wants.
+# Packages of several architectures must agree in these files to be installed together, so the date is that of the
+# source, SOURCE_DATE_EPOCH in the environment.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
 
 function(compress file)
@@ -24,4 +26,14 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     foreach(page IN LISTS pages)
         compress(${page})
     endforeach()
+    if(CPACK_ZUCHARSET_${upper}_OVERRIDES)
+        set(overrides "")
+        foreach(line IN LISTS CPACK_ZUCHARSET_${upper}_OVERRIDES)
+            if(NOT line MATCHES "^#")
+                set(line "${package}: ${line}")
+            endif()
+            string(APPEND overrides "${line}\n")
+        endforeach()
+        file(WRITE ${usr}/share/lintian/overrides/${package} "${overrides}")
+    endif()
 endforeach()

@@ -35,7 +35,10 @@ grep 'depends on libvemora-utils-standin | libvemora-utils' "$scratch/log"
 inside dpkg --purge libzucharset1 >/dev/null
 inside sh -c 'apt-get install -y -qq --no-install-recommends /try/*.deb' >/dev/null 2>&1
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
-inside dpkg --verify zucharset libzucharset1 libzucharset-dev libvemora-utils-standin
+level=
+! inside /lib64/ld-linux-x86-64.so.2 --help | grep -q 'x86-64-v3 (supported' || level=glibc-hwcaps/x86-64-v3/
+inside /lib64/ld-linux-x86-64.so.2 --list /usr/bin/zucharset | grep "libzucharset.so => .*/x86_64-linux-gnu/${level}libz"
+inside dpkg --verify zucharset libzucharset1 libzutext1 libzucharset-dev libvemora-utils-standin libvemora-utils-standin-dev
 
 echo "a player's own utility library takes the place of the stand-in"
 player=$scratch/player
@@ -44,7 +47,7 @@ cat >"$player/DEBIAN/control" <<'END'
 Package: example-player-utils
 Version: 1
 Architecture: amd64
-Maintainer: nobody <nobody@zucharset.invalid>
+Maintainer: nobody <nobody@localhost>
 Provides: libvemora-utils
 Conflicts: libvemora-utils
 Replaces: libvemora-utils
@@ -55,7 +58,7 @@ dpkg-deb --build --root-owner-group "$player" "$root/try/player.deb" >/dev/null
 inside apt-get install -y -qq /try/player.deb >/dev/null 2>&1
 inside dpkg -S libvemora_utils.so | grep '^example-player-utils:'
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
-inside apt-get purge -y -qq example-player-utils zucharset libzucharset1 libzucharset-dev >/dev/null 2>&1
+inside apt-get purge -y -qq example-player-utils zucharset libzucharset1 libzutext1 libzucharset-dev >/dev/null 2>&1
 rm -rf "$root/try"
 expect_nothing_left "$root"
 
@@ -73,6 +76,6 @@ into --install "$packages"/*_armhf.deb
 emulated() { qemu-arm -L "$root" "$root/usr/bin/zucharset" "$@"; }
 emulated detect "$sample"
 emulated convert "$sample" | cmp - "$scratch/expected"
-into --purge zucharset libzucharset-dev libzucharset1 libvemora-utils-standin
+into --purge zucharset libzucharset-dev libzutext1 libzucharset1 libvemora-utils-standin-dev libvemora-utils-standin
 expect_nothing_left "$root"
 echo "All packages install, run and leave nothing behind."

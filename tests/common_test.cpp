@@ -33,6 +33,16 @@ TEST(Log, Lines) {
         {false, 2, f2040.c_str(), "x", 8, "2 [" + stamp + f2040 + ":17] 8"},
         {false, 2, f2041.c_str(), "x", 8, "2 [" + stamp + f2041 + ":17] "},
         {false, 2, folder.c_str(), "x", 8, "2 [" + stamp + string(2046, 'f')}};
+    for (const auto &[line, shown] : {std::pair(-1, "-1"),
+                                      {-1234567890, "-1234567890"},
+                                      {INT32_MIN, "-2147483648"},
+                                      {INT32_MAX, "2147483647"},
+                                      {0, "0"}}) {
+        CHARSET_DBG_Printf(2, "a", line, "", 0);
+        CHARSET_Printf(2, "a", line, ".");
+        const string place = "Vemora-CharsetMGR/2 [" + stamp + "a:" + shown + "] ";
+        EXPECT_EQ(takeWhole(), (Lines{place + ", ret 0x0 \n", place + "."}));
+    }
     for (const auto &[withCode, level, file, text, number, expected] : cases) {
         const int before = flushes();
         if (withCode)

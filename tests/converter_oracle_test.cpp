@@ -1,4 +1,5 @@
-// Every byte and every pair of bytes against the C library's iconv, wherever that has its tables.
+// Every byte and every pair of bytes against the C library's iconv; where that lacks its tables, against a digest of
+// the same answers.
 #include "support/conversion.h"
 #include "support/recording_utils.h"
 
@@ -91,28 +92,36 @@ struct Oracle {
 };
 
 TEST(ConverterOracle, EveryByteAndPair) {
+    uint32_t digest = 0;
     for (const Encoding &encoding : encodings) {
         const Oracle oracle(encoding);
         const Handle handle(converterOf(encoding.type));
-#ifdef __arm__
-        if (oracle.descriptor == reinterpret_cast<iconv_t>(-1))
-            GTEST_SKIP() << "no iconv tables here";
+        const bool hasTables = oracle.descriptor != reinterpret_cast<iconv_t>(-1);
+#if !defined(__arm__) && !defined(__aarch64__)
+        ASSERT_TRUE(hasTables) << encoding.name;
 #endif
-        ASSERT_NE(oracle.descriptor, reinterpret_cast<iconv_t>(-1)) << encoding.name;
         string text, whole;
         for (uint32_t code = oracle.isWide ? 256 : 0; code < 256 + 65536; ++code) {
             const auto first = static_cast<char>((code - 256) >> 8), last = static_cast<char>(code);
             const string in = code < 256 ? string{last} : string{first, last};
-            const Converted got = handle.convert(encoding.type, in), meant = oracle.expected(in);
-            ASSERT_EQ(got.output, meant.output) << encoding.name << " " << code;
-            ASSERT_EQ(got.consumed, meant.consumed) << encoding.name << " " << code;
+            const Converted got = handle.convert(encoding.type, in);
+            for (const char byte : got.output)
+                digest = digest * 1000003 + static_cast<uint8_t>(byte);
+            digest = digest * 1000003 + got.consumed;
+            if (hasTables) {
+                const Converted meant = oracle.expected(in);
+                ASSERT_EQ(got.output, meant.output) << encoding.name << " " << code;
+                ASSERT_EQ(got.consumed, meant.consumed) << encoding.name << " " << code;
+            }
             text += got.consumed == in.size() ? in : "";
             whole += got.consumed == in.size() ? got.output : "";
         }
         EXPECT_EQ(handle.convert(encoding.type, text).output, whole) << encoding.name << " in one piece";
         recording::takeLines();
-        iconv_close(oracle.descriptor);
+        if (hasTables)
+            iconv_close(oracle.descriptor);
     }
+    EXPECT_EQ(digest, 3138850126u); // seen with the tables of x86-64
 }
 
 } // namespace

@@ -2,6 +2,8 @@
 #include "support/conversion.h"
 #include "support/recording_utils.h"
 
+#include <cstring>
+
 using namespace recording;
 using std::string;
 
@@ -101,6 +103,57 @@ TEST(Fault, EveryCopy) {
     for (const Operation &operation : operations)
         failEach(operation, operation.copies, operation.source == ZU_CHARSET_CODETYPE_UCS16BE, operation.withoutCopy,
                  [](int n) { failCopies(n == 0 ? 0 : 1u << (n - 1)); });
+}
+
+// A table that could not be copied is all zeros, and no other is touched. The bytes from first to last come from the
+// copy.
+TEST(Fault, WhatReadsACopy) {
+    struct Page {
+        int32_t type, copy, first, last;
+    };
+    std::vector<Page> pages;
+    for (const int32_t type : {4, 5, 6, 7, 8, 9, 10, 11, 12, 14, 15, 16, 17}) // one copy each, in this order
+        pages.push_back({type, static_cast<int32_t>(pages.size()), type == 11 ? 0xD0 : 0xA0, type == 16 ? 0xBF : 0xFF});
+    for (int32_t type = 21; type <= 30; ++type)
+        pages.push_back({type, type - 21, 0x80, type == 23 ? 0x9F : 0xFF});
+    for (const auto &[type, itsCopy, first, last] : pages) {
+        for (int32_t copy = 0; copy < 13; ++copy) {
+            failCopies(1u << copy);
+            ZU_CHARSET_HANDLE handle = nullptr;
+            EXPECT_EQ(converterOf(type).pfnConverterCreate(&handle, 0), 0);
+            failCopies(0);
+            const Handle broken(converterOf(type), handle), sound(converterOf(type));
+            for (int32_t byte = 0; byte < 256; ++byte) {
+                const bool ownInTurkish =
+                    type == 25 && ((byte >= 0xA0 && byte < 0xD0) || (byte >= 0xE0 && byte < 0xF0));
+                const bool isLost = copy == itsCopy && byte >= first && byte <= last && !ownInTurkish;
+                for (const size_t length : {1, 300}) {
+                    const string text(length, static_cast<char>(byte));
+                    ASSERT_EQ(broken.convert(type, text).output,
+                              isLost ? string(length, '\0') : sound.convert(type, text).output)
+                        << type << ' ' << copy << ' ' << byte;
+                }
+            }
+        }
+        takeWhole();
+    }
+}
+
+// A handle ends with the code types of its latest conversion, its option and its quit flag.
+TEST(Fault, WhatACoreDumpShows) {
+    for (const auto &[type, option] : {std::pair(2, 3), {20, 4}, {1, 5}, {9, 6}, {30, 7}, {33, 8}}) {
+        const Handle handle(converterOf(type), static_cast<uint32_t>(option));
+        EXPECT_EQ(handle.setQuit(-6), 0);
+        EXPECT_EQ(handle.convert(type, "a").output, "a");
+        struct Tail {
+            int32_t source, destination;
+            ZU_CHARSET_OPTION option;
+            int32_t quit;
+        } tail;
+        std::memcpy(&tail, static_cast<const char *>(handle.handle) + sizeOf(handle.handle) - sizeof tail, sizeof tail);
+        EXPECT_TRUE(tail.source == type && tail.destination == 2) << type << tail.source << tail.destination;
+        EXPECT_TRUE(tail.option == static_cast<ZU_CHARSET_OPTION>(option) && tail.quit == -6) << type;
+    }
 }
 
 TEST(Fault, NoLocalTime) {

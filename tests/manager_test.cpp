@@ -139,10 +139,15 @@ TEST(Manager, KeepsTheConverterThatServes) {
     EXPECT_EQ(liveBlocks() + unwipedBlocks(), 0);
 }
 
-string events, answers; // each create and each conversion takes the next answer: + or -
+// Each create and each conversion takes the next answer: + or -, or q for a quit request that arrives meanwhile.
+string events, answers;
+ZU_CHARSET_HANDLE working;
 int32_t answer(const string &event) {
     events += event + answers[0];
-    const int32_t result = answers[0] == '+' ? 0 : -3;
+    int32_t quit = 1;
+    if (answers[0] == 'q')
+        entry.pfnConverterSetDataAsync(working, ZU_CHARSET_CMD_QUIT, &quit);
+    const int32_t result = answers[0] == '-' ? -3 : 0;
     answers.erase(0, 1);
     return result;
 }
@@ -151,7 +156,7 @@ int32_t answer(const string &event) {
 template <char NAME> void pretend(ZU_CHARSET_S &record) {
     record.pfnConverterFind = [](int32_t source, int32_t) { return source == 31 ? 0 : -1; };
     record.pfnConverterCreate = [](ZU_CHARSET_HANDLE *handle, ZU_CHARSET_OPTION option) {
-        *handle = answers[0] == '+' ? &events : *handle;
+        *handle = answers[0] != '-' ? &events : *handle;
         return answer({' ', NAME, static_cast<char>('0' + option)});
     };
     record.pfnConverterConvStream = [](ZU_CHARSET_HANDLE, const uint8_t *, int32_t, uint8_t *out, int32_t *length,
@@ -170,25 +175,65 @@ TEST(Manager, TriesOneConverterAfterTheOther) {
     const ZU_CHARSET_S first = g_stISO8859_converter, second = g_stCP949_converter;
     pretend<'A'>(g_stISO8859_converter);
     pretend<'B'>(g_stCP949_converter);
-    const std::tuple<string, bool, string> cases[] = {{"+++", true, " A7+ A+ A+ A! A."},
-                                                      {"-+++", true, " A7- B7+ B+ B+ B! B."},
-                                                      {"+-+++", true, " A7+ A- A. B7+ B+ B+ B! B."},
-                                                      {"+-+-+-+-", false, " A7+ A- A. B7+ B- B. A7+ A- A. B7+ B- B."},
-                                                      {"+++", true, " B7+ B+ B+ B! B."}};
-    for (const auto &[script, works, expected] : cases) {
+    // The results of two conversions. A quit request that comes while a converter is made skips no conversion: the
+    // request fails when that is done, and the converter, which has not heard of it, serves the next one.
+    const std::tuple<string, int32_t, int32_t, string> cases[] = {
+        {"+++", 0, 0, " A7+ A+ A+ A! A."},
+        {"-+++", 0, 0, " A7- B7+ B+ B+ B! B."},
+        {"+-+++", 0, 0, " A7+ A- A. B7+ B+ B+ B! B."},
+        {"+-+-+-+-", -1, -1, " A7+ A- A. B7+ B- B. A7+ A- A. B7+ B- B."},
+        {"q++", -1, 0, " A7q A+ A+ A! A."},
+        {"q-", -1, -1, " A7q A- A."},
+        {"+q+", -1, 0, " A7+ Aq A! A+ A! A."},
+        {"+++", 0, 0, " B7+ B+ B+ B! B."}};
+    for (const auto &[script, firstResult, secondResult, expected] : cases) {
         answers = script;
         events.clear();
         if (expected[1] == 'B') // A lacks a function
             g_stISO8859_converter.pfnConverterClose = nullptr;
         {
             const Handle handle(entry, 7);
-            EXPECT_EQ(handle.convert(31, "a").result + handle.convert(31, "a").result, works ? 0 : -2);
-            EXPECT_EQ(handle.setQuit(0), works ? 5 : 0); // the plug-in's answer, if there is one
+            working = handle.handle;
+            takeLines();
+            EXPECT_EQ(handle.convert(31, "a").result, firstResult);
+            const Lines said = takeLines();
+            EXPECT_EQ(std::count(said.begin(), said.end(), lines.at("none")), script == "+-+-+-+-" ? 2
+                                                                              : script == "q-"     ? 1
+                                                                                                   : 0);
+            EXPECT_EQ(handle.convert(31, "a").result, secondResult);
+            EXPECT_EQ(handle.setQuit(0), secondResult == 0 ? 5 : 0); // the plug-in's answer, if there is one
         }
         EXPECT_EQ(events, expected);
     }
     g_stISO8859_converter = first;
     g_stCP949_converter = second;
+}
+
+// A detector lives as long as a request, and gets its option word.
+TEST(Manager, HandsTheOptionToTheDetector) {
+    ZU_CHARSET_HANDLE handle = nullptr;
+    EXPECT_EQ(entry.pfnDetectorCreate(&handle, 3), 0);
+    const ZU_CHARSET_S real = g_stCOMMON_detector;
+    g_stCOMMON_detector.pfnDetectorCreate = [](ZU_CHARSET_HANDLE *created, ZU_CHARSET_OPTION option) {
+        *created = &events;
+        return (events += " create " + std::to_string(option), 0);
+    };
+    g_stCOMMON_detector.pfnDetectorIdentStream = [](ZU_CHARSET_HANDLE, const uint8_t *, int32_t,
+                                                    ZU_CHARSET_OPTION option, int32_t *type) {
+        *type = answers[0] == '+' ? 31 : *type;
+        return (events += " identify " + std::to_string(option), 0);
+    };
+    g_stCOMMON_detector.pfnDetectorClose = [](ZU_CHARSET_HANDLE) { return (events += " close", 0); };
+    for (const char *script : {"+", "-"}) { // names 31, or nothing
+        int32_t type = 7;
+        answers = script;
+        events.clear();
+        EXPECT_EQ(entry.pfnDetectorIdentStream(handle, reinterpret_cast<const uint8_t *>("a"), 1, 9, &type),
+                  *script == '+' ? 0 : -1);
+        EXPECT_EQ(std::pair(type, events), std::pair(*script == '+' ? 31 : 7, string(" create 9 identify 9 close")));
+    }
+    g_stCOMMON_detector = real;
+    EXPECT_EQ(entry.pfnDetectorClose(handle), 0);
 }
 
 } // namespace

@@ -67,6 +67,20 @@ TEST(Stream, PartsGiveTheWhole) {
     }
 }
 
+// Well-formed UTF-8 comes out as it went in, wherever a block of it ends.
+TEST(Stream, KeepsSequencesWhole) {
+    const Handle handle(g_stUCS_converter);
+    for (const char *sequence : {"C280", "DFBF", "E08080", "E0B881", "EFBFBF", "F0808080", "F7BFBFBF"}) {
+        for (size_t before = 0; before < 64; ++before) {
+            std::string text(before, 'a');
+            for (int i = 0; i < 80; ++i)
+                text += fromHex(sequence);
+            ASSERT_EQ(handle.convert(2, text + std::string(50, 'z')).output, text + std::string(50, 'z')) << before;
+        }
+        recording::takeLines();
+    }
+}
+
 // Long input goes fast, input of a few bytes never: what a text gives at once it must give in short pieces too, and
 // with little room as much of that as fits.
 TEST(Stream, StretchesGiveWhatCharactersGive) {

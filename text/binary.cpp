@@ -73,6 +73,22 @@ bool matches(Bytes start, const Format &format) {
 // Tab, line ends and other movements of the carriage, the escape and shifts of 7-bit encodings, the old end of file.
 constexpr bool isTextControl(uint8_t byte) { return (byte >= 0x08 && byte <= 0x0F) || byte == 0x1A || byte == 0x1B; }
 
+// Counts the bytes of a kind, in blocks short enough for sums in bytes: a compiler takes those many at a time.
+template <class IsKind> size_t countBytes(Bytes text, IsKind isKind) {
+    constexpr size_t kBlock = 128;
+    size_t count = 0;
+    while (!text.empty()) {
+        const Bytes block = text.first(std::min(text.size(), kBlock));
+        uint8_t sum = 0;
+        for (const uint8_t byte : block) {
+            sum = static_cast<uint8_t>(sum + (isKind(byte) ? 1 : 0));
+        }
+        count += sum;
+        text = text.subspan(block.size());
+    }
+    return count;
+}
+
 } // namespace
 
 const char *formatOf(Bytes start) {
@@ -86,20 +102,17 @@ ByteShares countShares(Bytes text) {
     while (filled > 0 && text[filled - 1] == 0) {
         --filled;
     }
-    ByteShares shares;
-    shares.total = filled;
-    // Plain sums, so that the compiler can take many bytes at a time.
-    for (const uint8_t byte : text.first(filled)) {
-        shares.zeros += byte == 0 ? 1 : 0;
-        shares.high += byte >> 7;
-        shares.controls += byte < 0x20 && byte != 0 && !isTextControl(byte) ? 1 : 0;
-    }
-    return shares;
+    const Bytes bytes = text.first(filled);
+    return {
+        countBytes(bytes, [](uint8_t byte) { return byte == 0; }),
+        countBytes(bytes, [](uint8_t byte) { return byte < 0x20 && byte != 0 && !isTextControl(byte); }),
+        countBytes(bytes, [](uint8_t byte) { return byte >= 0x80; }),
+        filled,
+    };
 }
 
 bool hasStrayControl(Bytes text) {
-    return std::any_of(text.begin(), text.end(),
-                       [](uint8_t byte) { return byte < 0x20 && (byte < 0x09 || byte > 0x0D); });
+    return countBytes(text, [](uint8_t byte) { return byte < 0x20 && (byte < 0x09 || byte > 0x0D); }) > 0;
 }
 
 bool isBinary(const ByteShares &shares) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstring>
 
 namespace zutext {
@@ -10,9 +11,12 @@ namespace {
 // Behind this many bytes only the pairs with a high byte are of interest: the language of ASCII words is known by then.
 constexpr size_t kThorough = 64 * 1024;
 constexpr size_t kLongestMarkup = 400;
+constexpr size_t kLongestLine = 256;
 
-constexpr std::array<uint8_t, 256> makeCodes() {
-    std::array<uint8_t, 256> codes{};
+using CodeTable = std::array<uint8_t, 256>;
+
+constexpr CodeTable makeCodes() {
+    CodeTable codes{};
     for (int byte = 0; byte < 256; byte++) {
         int code = kOtherCode;
         if (byte >= 0x80)
@@ -29,7 +33,15 @@ constexpr std::array<uint8_t, 256> makeCodes() {
     }
     return codes;
 }
-constexpr std::array<uint8_t, 256> kCodes = makeCodes();
+constexpr CodeTable kCodes = makeCodes();
+
+constexpr CodeTable makeLetters() {
+    CodeTable letters{};
+    for (size_t i = 0; i < 26; i++)
+        letters['A' + i] = letters['a' + i] = static_cast<uint8_t>(i + 1);
+    return letters;
+}
+constexpr CodeTable kLetters = makeLetters();
 
 constexpr bool opensMarkup(uint8_t byte) { return byte == '<' || byte == '{' || byte == '&'; }
 
@@ -70,26 +82,66 @@ bool hasHighByte(const uint8_t *bytes) {
     return (word & 0x8080808080808080u) != 0;
 }
 
+bool hasHighByte(Bytes bytes) {
+    size_t i = 0;
+    for (; i + sizeof(uint64_t) <= bytes.size(); i += sizeof(uint64_t)) {
+        if (hasHighByte(&bytes[i]))
+            return true;
+    }
+    return std::any_of(bytes.begin() + static_cast<ptrdiff_t>(i), bytes.end(),
+                       [](uint8_t byte) { return byte >= 0x80; });
+}
+
+// Where the line that begins at text[at] ends; a long one is taken in parts.
+size_t lineEnd(Bytes text, size_t at) {
+    size_t longest = std::min(text.size() - at, kLongestLine);
+    const void *end = memchr(&text[at], '\n', longest);
+    return end == nullptr ? at + longest : static_cast<size_t>(static_cast<const uint8_t *>(end) - text.data()) + 1;
+}
+
+// Goes through the text from `from` to `end` and hands each byte's code to count(), in place of markup a blank's; codes
+// are numbers in a table, where `other` is that of signs like those that open markup. Returns where it stopped: markup
+// may reach further.
+template <typename Count>
+size_t scan(Bytes text, size_t from, size_t end, const CodeTable &codes, uint8_t other, Count count) {
+    size_t i = from;
+    while (i < end) {
+        uint8_t code = codes[text[i]];
+        size_t length = 1;
+        if (code == other && opensMarkup(text[i])) {
+            size_t skipped = markupLength(text, i);
+            if (skipped != 0) {
+                code = codes[' '];
+                length = skipped;
+            }
+        }
+        count(code);
+        i += length;
+    }
+    return i;
+}
+
 } // namespace
 
 void countBytePairs(Bytes text, BytePairs &pairs) {
+    size_t thorough = std::min(text.size(), kThorough);
     size_t previous = kBlankCode;
     size_t i = 0;
-    size_t thorough = std::min(text.size(), kThorough);
     while (i < thorough) {
-        size_t code = kCodes[text[i]];
-        if (code == kOtherCode && opensMarkup(text[i])) {
-            size_t skipped = markupLength(text, i);
-            if (skipped != 0) {
-                pairs.counts[previous][kBlankCode]++;
-                previous = kBlankCode;
-                i += skipped;
-                continue;
-            }
+        size_t end = std::min(lineEnd(text, i), thorough);
+        if (isHighCode(static_cast<int>(previous)) || hasHighByte(text.subspan(i, end - i))) {
+            i = scan(text, i, end, kCodes, kOtherCode, [&](uint8_t code) {
+                pairs.counts[previous][code]++;
+                previous = code;
+            });
+        } else {
+            size_t letter = 0;
+            i = scan(text, i, end, kLetters, 0, [&](uint8_t code) {
+                pairs.elsewhere[letter][code]++;
+                letter = code;
+            });
+            previous = kBlankCode;
         }
-        pairs.counts[previous][code]++;
-        previous = code;
-        i++;
     }
     while (i < text.size()) {
         if (isHighCode(static_cast<int>(previous)) || text.size() - i < sizeof(uint64_t) || hasHighByte(&text[i])) {

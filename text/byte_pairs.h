@@ -22,11 +22,17 @@ constexpr bool isAsciiLetter(int code) { return code >= kUpperCode && code < kBl
 // Rows end in unused columns, so that they may be gone through by stretches.
 constexpr int kPairColumns = (kByteCodes + 15) / 16 * 16;
 
+// Letters a to z as 1 to 26, all else as 0.
+constexpr int kFoldedLetters = 27;
+using LetterPairs = uint32_t[kFoldedLetters][kFoldedLetters];
+
 struct BytePairs {
-    uint32_t counts[kByteCodes][kPairColumns];
+    uint32_t counts[kByteCodes][kPairColumns]; // in lines with a high byte
+    LetterPairs elsewhere;                     // in the other lines of the text's first 64 KiB
 };
 
-// Counts the pairs of a text whose table is all zeros. Markup is left out: it says nothing of the text's language.
+// Counts the pairs of a text into tables that are all zeros. Markup is left out: it says nothing of the text's
+// language.
 void countBytePairs(Bytes text, BytePairs &pairs);
 
 } // namespace zutext

@@ -11,6 +11,9 @@ namespace {
 // libzucharset never writes more than three bytes of UTF-8 for a byte of input.
 constexpr size_t kMostGrowth = 3;
 
+// Nothing but a lack of memory makes it refuse good arguments; a quit request is told apart by whoever sent it.
+constexpr int32_t kRefusal = ZUTEXT_ERROR_MEMORY;
+
 } // namespace
 
 Converter::~Converter() {
@@ -44,7 +47,7 @@ int32_t Converter::convert(Bytes text, Buffer &output, size_t &consumed) {
     if (g_stCharset_entry.pfnConverterConvStream(m_handle, text.data(), static_cast<int32_t>(text.size()),
                                                  output.data() + output.size(), &length, m_codeType,
                                                  ZU_CHARSET_CODETYPE_UTF8, &used) != 0) {
-        return ZUTEXT_ERROR_REFUSED;
+        return kRefusal;
     }
     output.extend(static_cast<size_t>(length));
     consumed = used;
@@ -66,7 +69,7 @@ int32_t identify(Bytes text, int32_t &codeType) {
     const auto length = static_cast<int32_t>(std::min<size_t>(text.size(), INT_MAX));
     const int32_t result = g_stCharset_entry.pfnDetectorIdentStream(handle, text.data(), length, 0, &codeType);
     g_stCharset_entry.pfnDetectorClose(handle);
-    return result == 0 ? ZUTEXT_OK : ZUTEXT_ERROR_REFUSED;
+    return result == 0 ? ZUTEXT_OK : kRefusal;
 }
 
 } // namespace zutext

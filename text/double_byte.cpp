@@ -21,7 +21,9 @@ constexpr int32_t kExtension = 1300; // outside the 94 by 94 characters of the n
 constexpr int32_t kUndefinedPair = 1400;
 constexpr int32_t kCutOff = 700;      // one byte at the text's end
 constexpr int32_t kBesideAscii = 400; // next to an ASCII letter
-constexpr int32_t kBelievablePercent = 110;
+// Share of the single-byte cost that a claim may have: one that is far better in sum may come closer.
+constexpr int32_t kBelievablePercent = 70;
+constexpr int32_t kFarBetter = 10000;
 
 bool isAsciiLetter(uint8_t byte) { return (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z'; }
 
@@ -190,7 +192,8 @@ bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost) {
 }
 
 bool isBelievable(int32_t doubleByteCost, int32_t singleByteCost) {
-    return int64_t{doubleByteCost} * 100 <= int64_t{singleByteCost} * kBelievablePercent;
+    return int64_t{doubleByteCost} * 100 <= int64_t{singleByteCost} * kBelievablePercent ||
+           int64_t{singleByteCost} - doubleByteCost >= kFarBetter;
 }
 
 } // namespace zutext

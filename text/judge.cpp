@@ -119,9 +119,11 @@ struct Utf8Shares {
     size_t malformed = 0;
 };
 
+// Ends early where there is no hope: most other texts show it in their first words.
 Utf8Shares countUtf8(Bytes text) {
+    constexpr size_t kHopeless = 64;
     Utf8Shares shares;
-    while (!text.empty()) {
+    while (!text.empty() && (shares.malformed < kHopeless || shares.characters >= shares.malformed)) {
         const size_t length = wellFormedLength(text);
         shares.characters +=
             static_cast<size_t>(std::count_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length),
@@ -306,6 +308,42 @@ class LetterJudge {
     int64_t m_wideCosts[kWideCount];
 };
 
+// What needs no look at the text as a whole. A ZUTEXT result; `decided` tells whether the verdict stands, and otherwise
+// libzucharset's own answer is in it.
+int32_t judgeStart(const Settings &settings, const Sample &sample, zutext_verdict &verdict, bool &decided) {
+    verdict = {};
+    verdict.sample_offset = sample.offset;
+    verdict.sample_length = sample.bytes.size();
+    verdict.whole = sample.toEnd ? 1 : 0;
+    decided = true;
+    if (sample.bytes.empty()) {
+        decide(verdict, ZUTEXT_KIND_EMPTY, 0, ZUTEXT_BY_NOTHING);
+        return ZUTEXT_OK;
+    }
+    if (settings.from != 0) {
+        const bool otherOrder = settings.has(ZUTEXT_MARK_OPEN) && decideByMark(sample, verdict) &&
+                                verdict.encoding == ZU_CHARSET_CODETYPE_UCS16BE;
+        if (!otherOrder) {
+            decide(verdict, kindOf(settings.from), settings.from, ZUTEXT_BY_USER);
+        }
+        return ZUTEXT_OK;
+    }
+    const char *format = sample.offset == 0 ? formatOf(sample.bytes) : nullptr;
+    if (format != nullptr && !settings.has(ZUTEXT_PLAIN)) {
+        decideBinary(verdict, format);
+        return ZUTEXT_OK;
+    }
+    if (const int32_t result = identify(sample.bytes, verdict.library_code_type); result != ZUTEXT_OK) {
+        return result;
+    }
+    if (settings.has(ZUTEXT_PLAIN)) {
+        decide(verdict, ZUTEXT_KIND_TEXT, verdict.library_code_type, ZUTEXT_BY_LIBRARY);
+        return ZUTEXT_OK;
+    }
+    decided = decideByMark(sample, verdict);
+    return ZUTEXT_OK;
+}
+
 } // namespace
 
 int32_t readOptions(const zutext_options *options, Settings &settings) {
@@ -328,37 +366,9 @@ int32_t readOptions(const zutext_options *options, Settings &settings) {
 }
 
 int32_t judge(const Settings &settings, const Sample &sample, zutext_verdict &verdict) {
-    verdict = {};
-    verdict.sample_offset = sample.offset;
-    verdict.sample_length = sample.bytes.size();
-    verdict.whole = sample.toEnd ? 1 : 0;
-    if (sample.bytes.empty()) {
-        decide(verdict, ZUTEXT_KIND_EMPTY, 0, ZUTEXT_BY_NOTHING);
-        return ZUTEXT_OK;
-    }
-    if (settings.from != 0) {
-        const bool otherOrder = settings.has(ZUTEXT_MARK_OPEN) && decideByMark(sample, verdict) &&
-                                verdict.encoding == ZU_CHARSET_CODETYPE_UCS16BE;
-        if (!otherOrder) {
-            decide(verdict, kindOf(settings.from), settings.from, ZUTEXT_BY_USER);
-        }
-        return ZUTEXT_OK;
-    }
-    if (!settings.has(ZUTEXT_PLAIN)) {
-        if (decideByMark(sample, verdict)) {
-            return identify(sample.bytes, verdict.library_code_type);
-        }
-        if (const char *format = sample.offset == 0 ? formatOf(sample.bytes) : nullptr; format != nullptr) {
-            decideBinary(verdict, format);
-            return ZUTEXT_OK;
-        }
-    }
-    if (const int32_t result = identify(sample.bytes, verdict.library_code_type); result != ZUTEXT_OK) {
+    bool decided = false;
+    if (const int32_t result = judgeStart(settings, sample, verdict, decided); result != ZUTEXT_OK || decided) {
         return result;
-    }
-    if (settings.has(ZUTEXT_PLAIN)) {
-        decide(verdict, ZUTEXT_KIND_TEXT, verdict.library_code_type, ZUTEXT_BY_LIBRARY);
-        return ZUTEXT_OK;
     }
     if (const int32_t wide = wideFormOf(sample.bytes); wide != 0) {
         decide(verdict, kindOf(wide), wide, ZUTEXT_BY_FORM);
@@ -382,13 +392,19 @@ int32_t judge(const Settings &settings, const Sample &sample, zutext_verdict &ve
 }
 
 int32_t judgePlain(const Settings &settings, Bytes start, uint64_t length, bool controls, zutext_verdict &verdict) {
-    if (const int32_t result = judge(settings, {start, 0, true}, verdict); result != ZUTEXT_OK) {
+    bool decided = false;
+    if (const int32_t result = judgeStart(settings, {start, 0, true}, verdict, decided); result != ZUTEXT_OK) {
         return result;
     }
     verdict.sample_length = length;
-    const bool open = verdict.decided_by == ZUTEXT_BY_FORM || verdict.decided_by == ZUTEXT_BY_LIBRARY;
-    if (open && length > 0 && !controls && !hasStrayControl(start)) {
+    if (!decided) {
+        decide(verdict, ZUTEXT_KIND_TEXT, ZU_CHARSET_CODETYPE_UTF8, ZUTEXT_BY_FORM);
+    }
+    const bool plain = !decided || verdict.decided_by == ZUTEXT_BY_LIBRARY;
+    if (plain && !controls) {
         verdict.kind = ZUTEXT_KIND_ASCII;
+    } else if (!decided && isBinary(countShares(start))) {
+        decideBinary(verdict, nullptr);
     }
     return ZUTEXT_OK;
 }

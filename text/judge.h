@@ -33,7 +33,7 @@ struct Sample {
 [[nodiscard]] int32_t judge(const Settings &settings, const Sample &sample, zutext_verdict &verdict);
 
 // The verdict on `length` bytes in which nothing says anything of the encoding: empty, or plain ASCII. `start` are the
-// first or all of them, `controls` tells whether controls that no text needs are among the others.
+// first or all of them, `controls` tells whether controls that plain text has no use for are among them.
 [[nodiscard]] int32_t judgePlain(const Settings &settings, Bytes start, uint64_t length, bool controls,
                                  zutext_verdict &verdict);
 

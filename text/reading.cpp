@@ -11,12 +11,14 @@ namespace {
 constexpr int32_t kHint = 800;
 constexpr int32_t kUnusual = 250;       // an encoding that has the letters of a language, but is not used for it
 constexpr int32_t kRunAmongWords = 450; // of a script that is not Latin, among words in ASCII
-// How much ASCII letters count for the language of a Latin text, and at most.
-constexpr int32_t kAsciiPercent = 60;
-constexpr int64_t kAsciiCap = 20000;
+// How much ASCII letters count for the language of a Latin text, and at most: in lines with a high byte, and elsewhere.
+constexpr int32_t kNearPercent = 70;
+constexpr int64_t kNearCap = 30000;
+constexpr int32_t kElsewherePercent = 10;
+constexpr int64_t kElsewhereCap = 4000;
 // Half of the words may be English: what that costs where the other language and English differ by so many steps.
 constexpr int32_t kMixtureCosts[16] = {0, 26, 43, 54, 61, 64, 67, 68, 69, 69, 69, 69, 69, 69, 69, 69};
-constexpr int64_t kMixtureStart = 300;
+constexpr int64_t kMixtureStart = 600;
 constexpr int kEnglish = findLanguage("en");
 
 // All candidates are tried on the most frequent pairs, and only those that are not far behind then on all of them.
@@ -25,6 +27,7 @@ constexpr int kMostPairs = 2048;
 constexpr int64_t kFar = 4000;
 constexpr int kMostWork = 30000;
 
+constexpr int64_t kLargestBest = 1 << 30;
 constexpr int kCellStretch = 16;
 static_assert(kPairColumns % kCellStretch == 0, "stretches end with the table's rows");
 
@@ -128,33 +131,20 @@ struct LetterPair {
     uint32_t count;
 };
 
-// Lists the pairs of ASCII letters regardless of case.
-int listLetterPairs(const BytePairs &counts, LetterPair (&pairs)[27 * 27]) {
-    uint32_t folded[27][27] = {};
-    auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
-    for (int a = kHighCodes; a < kByteCodes; a++) {
-        for (int b = kHighCodes; b < kByteCodes; b++)
-            folded[letterOf(a)][letterOf(b)] += counts.counts[a][b];
-    }
-    folded[0][0] = 0;
+// How well ASCII letters fit each Latin language.
+void weighLetters(const LetterPairs &counts, int32_t percent, int64_t cap, Text &text) {
+    LetterPair pairs[kFoldedLetters * kFoldedLetters];
+    size_t count = 0;
     Alphabet english(kEnglish);
-    int count = 0;
-    for (uint8_t a = 0; a < 27; a++) {
-        for (uint8_t b = 0; b < 27; b++) {
-            if (folded[a][b] != 0)
-                pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), folded[a][b]};
+    for (uint8_t a = 0; a < kFoldedLetters; a++) {
+        for (uint8_t b = 0; b < kFoldedLetters; b++) {
+            if (counts[a][b] != 0 && a + b != 0)
+                pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), counts[a][b]};
         }
     }
-    return count;
-}
-
-// What ASCII letters say: how far each Latin language is behind the best.
-void weighAscii(const BytePairs &counts, Text &text) {
-    LetterPair pairs[27 * 27];
-    auto count = static_cast<size_t>(listLetterPairs(counts, pairs));
+    int64_t costs[kLanguageCount];
     int64_t best = INT64_MAX;
     for (int language = 0; language < kLanguageCount; language++) {
-        text.behind[language] = 0;
         if (kLanguages[language].script != kLatin)
             continue;
         Alphabet alphabet(language);
@@ -168,15 +158,27 @@ void weighAscii(const BytePairs &counts, Text &text) {
             mixed += int64_t{pair.count} *
                      (std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)]);
         }
-        text.behind[language] = std::min(pure, mixed);
-        best = std::min(best, text.behind[language]);
+        costs[language] = std::min(pure, mixed);
+        best = std::min(best, costs[language]);
     }
     for (int language = 0; language < kLanguageCount; language++) {
         if (kLanguages[language].script == kLatin) {
-            int64_t more = (text.behind[language] - best) * kAsciiPercent / 100;
-            text.behind[language] = more * kAsciiCap / (more + kAsciiCap);
+            int64_t more = (costs[language] - best) * percent / 100;
+            text.behind[language] += more * cap / (more + cap);
         }
     }
+}
+
+// What ASCII letters say: how far each Latin language is behind the best. Those near high bytes say more.
+void weighAscii(const BytePairs &counts, Text &text) {
+    LetterPairs folded = {};
+    auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
+    for (int a = kHighCodes; a < kByteCodes; a++) {
+        for (int b = kHighCodes; b < kByteCodes; b++)
+            folded[letterOf(a)][letterOf(b)] += counts.counts[a][b];
+    }
+    weighLetters(folded, kNearPercent, kNearCap, text);
+    weighLetters(counts.elsewhere, kElsewherePercent, kElsewhereCap, text);
 }
 
 int64_t sum(const uint32_t *first, const uint32_t *end) {
@@ -193,12 +195,17 @@ void countWords(const BytePairs &counts, Text &text) {
         text.highRuns += starts;
         text.asciiWords += isAsciiLetter(a) ? -starts : sum(row + kUpperCode, row + kBlankCode);
     }
-    text.asciiWords = std::max<int64_t>(text.asciiWords, 0);
+    text.asciiWords =
+        std::max<int64_t>(text.asciiWords, 0) + sum(counts.elsewhere[0], counts.elsewhere[0] + kFoldedLetters);
 }
 
+// Letters that are one to a reader, as those of Romanian with a comma or a cedilla, make no other text.
 bool sameText(const Text &text, int encoding, int other) {
-    return std::none_of(text.codes, text.codes + text.codeCount,
-                        [=](int code) { return characterOf(encoding, code) != characterOf(other, code); });
+    return std::all_of(text.codes, text.codes + text.codeCount, [=](int code) {
+        int a = characterOf(encoding, code);
+        int b = characterOf(other, code);
+        return a == b || (kKinds[a] == kKinds[b] && isLetterKind(kKinds[a]));
+    });
 }
 
 bool isConverted(int encoding) { return kEncodings[encoding].number < kShiftJis; }
@@ -248,7 +255,7 @@ int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints
     if ((kEncodings[encoding].homes >> language & 1) == 0)
         cost += kUnusual;
     if (kLanguages[language].script != kLatin)
-        cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords;
+        cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords + text.behind[kEnglish];
     if ((hints.languages >> language & 1) != 0)
         cost -= kHint;
     if ((hints.encodings >> encoding & 1) != 0)
@@ -322,6 +329,8 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
     weighAscii(scratch->counts, text);
     int count = rank(text, hints, scratch->candidates);
     preferConverted(scratch->candidates, count);
+    // Sums of vast texts are cut alike, so that the margins stay.
+    int64_t excess = std::max<int64_t>(scratch->candidates[0].cost - kLargestBest, 0);
     for (const Candidate &candidate : std::span(scratch->candidates, static_cast<size_t>(count))) {
         if (readings.count == static_cast<int32_t>(std::size(readings.rows)))
             break;
@@ -330,8 +339,9 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
             return sameText(text, candidate.encoding, singleByteIndex(row.encoding));
         });
         if (!listed)
-            readings.rows[readings.count++] = {kEncodings[candidate.encoding].number, candidate.language,
-                                               static_cast<int32_t>(std::min<int64_t>(candidate.cost, INT32_MAX))};
+            readings.rows[readings.count++] = {
+                kEncodings[candidate.encoding].number, candidate.language,
+                static_cast<int32_t>(std::min<int64_t>(candidate.cost - excess, INT32_MAX))};
     }
     free(scratch);
     return true;

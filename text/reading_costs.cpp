@@ -27,7 +27,8 @@ constexpr SymbolRow kSymbols[] = {
     /* kApostrophe  */ {450, 0, 0, 350, 0},
     /* kGuillemet   */ {450, 0, 0, 0, 0},
     /* kDash        */ {450, 0, 0, 0, 0},
-    /* kOrdinary    */ {700, 300, 300, 0, 0},
+    /* kTiedSpace   */ {450, 150, 150, 150, 150},
+    /* kOrdinary    */ {700, 300, 500, 0, 0},
     /* kInverted    */ {950, 600, 0, 0, 350},
     /* kOdd         */ {1100, 300, 300, 0, 0},
     /* kImplausible */ {1300, 300, 300, 0, 0},
@@ -112,9 +113,8 @@ Sign signOf(int encoding, const Alphabet &alphabet, int code) {
     if (!isHighCode(code))
         return {0, 0, static_cast<uint8_t>(code == kBlankCode ? kBlank : kPlain), 0};
     int kind = kKinds[characterOf(encoding, code)];
-    int script = kind >> 8 & 0x7F;
-    if (script != kNoScript)
-        return letterSign(alphabet, script, kind & 0xFF, (kind & kUpperBit) != 0, false);
+    if (isLetterKind(kind))
+        return letterSign(alphabet, kind >> 8 & 0x7F, kind & 0xFF, (kind & kUpperBit) != 0, false);
     return symbolSign(kind & 0xFF, alphabet.script());
 }
 

@@ -26,6 +26,9 @@ constexpr int findLanguage(std::string_view code) {
 // Number in the tables of the character that a high byte is.
 constexpr int characterOf(int encoding, int code) { return kHeld[encoding * kHighCodes + code]; }
 
+// Is an entry of kKinds that of a letter?
+constexpr bool isLetterKind(int kind) { return (kind >> 8 & 0x7F) != kNoScript; }
+
 // What a byte is to its neighbours: a symbol of a class, or one of these.
 enum Group : uint8_t {
     kBlank = kSymbolClasses,

@@ -14,7 +14,8 @@ enum SymbolClass : uint8_t {
     kRightQuote,
     kApostrophe,
     kGuillemet,
-    kDash, // also the ellipsis and the space that keeps words together
+    kDash, // also the ellipsis
+    kTiedSpace,
     kOrdinary,
     kInverted,
     kOdd,

@@ -13,8 +13,9 @@ namespace {
 constexpr uint8_t kEscape = 0x1B;
 
 uint32_t unitAt(Bytes text, size_t at, bool bigEndian) {
-    const uint32_t first = text[at], second = text[at + 1];
-    return bigEndian ? first << 8u | second : second << 8u | first;
+    const uint32_t high = text[bigEndian ? at : at + 1];
+    const uint32_t low = text[bigEndian ? at + 1 : at];
+    return high << 8 | low;
 }
 
 bool isAsciiText(uint32_t unit) { return (unit >= 0x20 && unit < 0x7F) || (unit >= 0x09 && unit <= 0x0D); }
@@ -37,6 +38,9 @@ uint32_t scriptOf(uint32_t unit) {
     }
     return page >= 0xAC && page <= 0xD7 ? 0xAC : page; // Hangul, or a page of its own
 }
+
+// What follows the first pages only says the same again.
+constexpr size_t kEnough = size_t{64} * 1024;
 
 // One in so many units may be wrong: a damaged byte here and there.
 constexpr size_t kWrongOneIn = 50;
@@ -128,18 +132,25 @@ Utf16Units countUnits(Bytes text, bool bigEndian) {
 }
 
 bool isPlausibleUtf16(Bytes text, bool bigEndian) {
-    const Utf16Units units = countUnits(text, bigEndian);
+    const Utf16Units units = countUnits(text.first(std::min(text.size(), kEnough)), bigEndian);
     return units.total == 0 || units.wrong * 10 <= units.total;
 }
 
 int32_t wideFormOf(Bytes text) {
+    const void *zero = text.empty() ? nullptr : std::memchr(text.data(), 0, text.size());
+    if (zero == nullptr) {
+        return 0;
+    }
+    const auto first = static_cast<size_t>(static_cast<const uint8_t *>(zero) - text.data());
+    text = text.subspan(first / 4 * 4);
+    text = text.first(std::min(text.size(), kEnough));
     // Which of four bytes the zeros are in tells the form: of ASCII every high byte, of other letters still the
     // spaces'.
     std::array<size_t, 4> zeros{};
     size_t printable = 0;
     for (size_t at = 0; at < text.size(); ++at) {
         zeros[at % 4] += text[at] == 0 ? 1 : 0;
-        printable += text[at] >= 0x20 && text[at] < 0x7F ? 1 : 0;
+        printable += isAsciiText(text[at]) ? 1 : 0;
     }
     const size_t even = zeros[0] + zeros[2];
     const size_t odd = zeros[1] + zeros[3];

@@ -20,6 +20,11 @@ LARGEST_LACK = 0.0015
 # Costs of pairs are kept in four bits.
 PAIR_STEP = 0.6
 LARGEST_LEVEL = 15
+# As many pairs in a million follow each letter as letters follow on the whole.
+BACK_OFF = 20
+# What letters cost that a language does not have, above what its own cost as a rule.
+LEAST_RARITY = 9.5
+LARGEST_RARITY = 13
 
 
 class Language(NamedTuple):
@@ -36,7 +41,7 @@ LANGUAGES = (
     Language("ca", "Catalan", 0.5, "W"), Language("cs", "Czech", 0, "C", 1),
     Language("cy", "Welsh", 2, "WG"), Language("da", "Danish", 0, "W", 1),
     Language("de", "German", 0, "W", 4), Language("el", "Greek", 0, "N"),
-    Language("en", "English", 0, "W", 3), Language("eo", "Esperanto", 2, "S"),
+    Language("en", "English", 0, "W", 3), Language("eo", "Esperanto", 1, "S"),
     Language("es", "Spanish", 0, "W", 4), Language("et", "Estonian", 0.5, "WB"),
     Language("eu", "Basque", 1, "W"), Language("fa", "Persian", 0.5, "N"),
     Language("fi", "Finnish", 0, "W"), Language("fr", "French", 0, "W", 5),
@@ -67,19 +72,19 @@ class Encoding(NamedTuple):
 
 ENCODINGS = (
     Encoding("iso8859_1", 3, 0.2, "W"), Encoding("iso8859_2", 4, 0.2, "C"),
-    Encoding("iso8859_3", 5, 2, "S"), Encoding("iso8859_4", 6, 2, "B"),
+    Encoding("iso8859_3", 5, 1.5, "S"), Encoding("iso8859_4", 6, 2, "B"),
     Encoding("iso8859_5", 7, 1, "N"), Encoding("iso8859_6", 8, 1, "N"),
     Encoding("iso8859_7", 9, 0.3, "N"), Encoding("iso8859_8", 10, 0.5, "N"),
     Encoding("iso8859_9", 11, 0.3, "T"), Encoding("iso8859_10", 12, 4, "B"),
-    Encoding("iso8859_11", 13, 0.5, "N"), Encoding("iso8859_13", 14, 2, "B"),
-    Encoding("iso8859_14", 15, 4, "G"), Encoding("iso8859_15", 16, 0.4, "W"),
-    Encoding("iso8859_16", 17, 3, "C"), Encoding("cp1250", 21, 0, "C"),
+    Encoding("iso8859_11", 13, 0.5, "N"), Encoding("iso8859_13", 14, 1.5, "B"),
+    Encoding("iso8859_14", 15, 3, "G"), Encoding("iso8859_15", 16, 0.4, "W"),
+    Encoding("iso8859_16", 17, 2, "C"), Encoding("cp1250", 21, 0, "C"),
     Encoding("cp1251", 22, 0, "N"), Encoding("cp1252", 23, 0, "W"), Encoding("cp1253", 24, 0, "N"),
     Encoding("cp1254", 25, 0, "T"), Encoding("cp1255", 26, 0, "N"), Encoding("cp1256", 27, 0, "N"),
     Encoding("cp1257", 28, 0, "B"), Encoding("cp1258", 29, 1, "V"), Encoding("cp874", 30, 0, "N"),
     Encoding("koi8_r", 107, 0, "N"), Encoding("koi8_u", 108, 0.5, "N"),
-    Encoding("cp866", 109, 0.5, "N"), Encoding("cp437", 110, 1, "W"),
-    Encoding("cp850", 111, 0.5, "W"), Encoding("cp852", 112, 0.5, "C"),
+    Encoding("cp866", 109, 1, "N"), Encoding("cp437", 110, 3, "W"),
+    Encoding("cp850", 111, 2, "W"), Encoding("cp852", 112, 2, "C"),
     Encoding("mac_cyrillic", 113, 1, "N"),
 )
 
@@ -94,7 +99,8 @@ CLASSES = (
     "”",  # quotes that close, or open and close
     "’´",  # apostrophes, or quotes that close
     "«»‹›",
-    "–—…\u00a0",
+    "–—…",
+    "\u00a0",
     "€£°§©®™·•½¼¾²³¹×†‡‰ªº№\u00ad±",  # ordinary
     "¿¡",
     "¦¬¤¨¸¯µ÷ƒˆ˜¢¥¶`",  # odd
@@ -203,7 +209,7 @@ def character_row(point):
     if script is None:
         return (point, len(SCRIPTS), symbol_class(point), 0)
     small = lower(chr(point))
-    return (point, *place(small), int(small != chr(point)))
+    return (point, *place(small), int(chr(point) != chr(point).lower()))
 
 
 def fits(language, encoding):
@@ -226,14 +232,16 @@ def pair_levels(code):
     """Cost levels of one language, row after row; a boundary comes first in both directions."""
     alphabet, counts = pairs(code)
     order = "_" + alphabet
+    shares = letter_counts(code)
+    everything = sum(counts.values())
     values = []
     for first in order:
         total = sum(counts.get((first, second), 0) for second in order)
         for second in order:
-            count = counts.get((first, second), 0)
-            # Of what was never seen there may be one in a million all the same.
-            values.append(level(-math.log((count + 0.5) / (total + len(order) / 2)))
-                          if total else LARGEST_LEVEL)
+            # What follows a rare letter is taken for what follows letters on the whole.
+            usual = max(shares.get(second, everything - sum(shares.values())) / everything, 1e-6)
+            share = ((counts.get((first, second), 0) + BACK_OFF * usual) / (total + BACK_OFF))
+            values.append(level(-math.log(share)))
     values[0] = 0  # between what are no letters there is nothing to tell
     return values
 
@@ -254,7 +262,8 @@ def rarity():
         for letter in script:
             share = sum(letter_counts(language.code).get(letter, 0) * language.foreign
                         for language in known) / total
-            rows.append(round(10 * max(7, min(11, 2 - math.log(share)))) if share else 110)
+            cost = 4 - math.log(share) if share else 99
+            rows.append(round(10 * max(LEAST_RARITY, min(LARGEST_RARITY, cost))))
     return rows
 
 

@@ -34,3 +34,6 @@ CLANG_PACKAGES=(clang libclang-rt-14-dev)
 WEB_PACKAGES=(cmake ninja-build clang lld wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32 python3)
 WEB_TEST_PACKAGES=(chromium fonts-droid-fallback)
 command -v npm >/dev/null || WEB_PACKAGES+=(nodejs npm)
+# Players, and a font for all of the samples' scripts.
+PLAYER_PACKAGES=(python3 mpv ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
+    vlc-bin vlc-plugin-base fonts-dejavu-core fonts-wqy-microhei)

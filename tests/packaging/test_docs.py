@@ -76,7 +76,8 @@ class Document:
         source, program = self.scratch / "block.c", self.scratch / "block"
         source.write_text(block.text)
         built = subprocess.run(["cc", "-std=c11", "-Wall", "-Wextra", "-Werror", "-pthread",
-                                "-D_POSIX_C_SOURCE=200809L", "-Iinclude", "-Iplatform", source, "-Lbuild/release", "-lzucharset",
+                                "-D_POSIX_C_SOURCE=200809L", "-Iinclude", "-Iplatform", source, "-Lbuild/release", "-lzutext",
+                                "-lzucharset",
                                 "-Wl,-rpath-link,build/release", "-o", program],
                                cwd=self.scratch, capture_output=True, text=True)
         if built.returncode != 0:

@@ -2,7 +2,6 @@
 
 import os
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -12,11 +11,9 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(sys.argv.pop(1)).resolve()
 EXAMPLES, SAMPLES = ROOT / "examples", ROOT / "samples/subtitles"
-# Codec, and the code type where detection names another encoding.
-ENCODINGS = {"ascii": ("ascii", None), "big5": ("big5", None), "cp949": ("cp949", None), "gbk": ("gbk", None),
-             "utf16be": ("utf-16-be", None), "utf16le": ("utf-16", None), "utf8": ("utf-8", None),
-             "cp1251": ("cp1251", 22), "cp1252": ("cp1252", 23), "cp1256": ("cp1256", 27), "cp874": ("cp874", 30),
-             "iso8859-7": ("iso8859-7", 9)}
+CODECS = {"ascii": "ascii", "big5": "big5", "cp949": "cp949", "gbk": "gbk", "utf16be": "utf-16-be", "utf16le": "utf-16",
+          "utf8": "utf-8", "cp1251": "cp1251", "cp1252": "cp1252", "cp1256": "cp1256", "cp874": "cp874",
+          "iso8859-7": "iso8859-7"}
 
 
 def run(name, *arguments):
@@ -39,7 +36,7 @@ class Examples(unittest.TestCase):
             with self.subTest(name=name):
                 done = run("dlopen_host", BUILD / "libzucharset.so", SAMPLES / f"{name}.srt")
                 self.assertEqual(done.returncode, 0, done.stderr)
-                text = (SAMPLES / f"{name}.srt").read_bytes().decode(ENCODINGS[name][0])
+                text = (SAMPLES / f"{name}.srt").read_bytes().decode(CODECS[name])
                 self.assertEqual(done.stdout.decode(), text)
 
     def test_dlopen_host_in_blocks(self):
@@ -57,10 +54,10 @@ class Examples(unittest.TestCase):
         self.assertEqual(run("dlopen_host", BUILD / "nothing.so", SAMPLES / "gbk.srt").returncode, 1)
 
     def test_timed_lines(self):
-        for name, (codec, code_type) in ENCODINGS.items():
+        for name, codec in CODECS.items():
             with self.subTest(name=name):
                 path = SAMPLES / f"{name}.srt"
-                done = run("timed_lines", path, *([] if code_type is None else [code_type]))
+                done = run("timed_lines", path)
                 self.assertEqual(done.returncode, 0, done.stderr)
                 self.assertEqual(done.stdout.decode(), timed_lines(path.read_bytes().decode(codec)))
 
@@ -74,31 +71,10 @@ class Examples(unittest.TestCase):
                 self.assertEqual(done.stdout.decode(), "00:00:01.000 00:00:02.500 A cat: \U0001F408 and \U00020BB7\n")
 
     def test_timed_lines_refuses(self):
-        self.assertEqual(run("timed_lines", SAMPLES / "gbk.srt", 31).returncode, 1)
+        self.assertEqual(run("timed_lines", SAMPLES / "gbk.srt", "klingon").returncode, 2)
+        self.assertIn(b"KOI8-R", run("timed_lines", SAMPLES / "gbk.srt", "koi8-r").stderr)
         self.assertEqual(run("timed_lines", SAMPLES / "no such file").returncode, 1)
         self.assertEqual(run("timed_lines").returncode, 2)
-
-    @unittest.skipIf(os.environ.get("ZUCHARSET_EMULATOR"), "the command is emulated")
-    @unittest.skipUnless(shutil.which("ffmpeg") and (BUILD / "zucharset").exists(), "no ffmpeg, or no command")
-    def test_play_subtitles(self):
-        """A black video: letters in the lower third during a cue, and nothing between two."""
-        def ffmpeg(*arguments):
-            return subprocess.run(["ffmpeg", "-v", "error", *arguments], check=True, stdout=subprocess.PIPE).stdout
-
-        with tempfile.TemporaryDirectory() as folder:
-            video, subtitled = f"{folder}/it's a video.mkv", f"{folder}/out.mkv"
-            ffmpeg("-f", "lavfi", "-i", "color=black:size=320x180:rate=5:duration=10", "-c:v", "ffv1", video)
-            subprocess.run([EXAMPLES / "play-subtitles.sh", video, SAMPLES / "gbk.srt", subtitled], check=True,
-                           env={**os.environ, "PATH": f"{BUILD}:{os.environ['PATH']}"})
-            bright = {}
-            for second in ("7.6", "8.6"):  # the cues last to 7.366, and from 7.846 to 10.544
-                grey = ffmpeg("-ss", second, "-i", subtitled, "-frames:v", "1", "-f", "rawvideo",
-                              "-pix_fmt", "gray", "-")
-                self.assertEqual(len(grey), 320 * 180)
-                bright[second] = [sum(level > 128 for level in part) for part in (grey[:320 * 120], grey[320 * 120:])]
-        self.assertEqual(bright["7.6"], [0, 0])
-        self.assertEqual(bright["8.6"][0], 0)
-        self.assertGreater(bright["8.6"][1], 100)
 
 
 if __name__ == "__main__":

@@ -39,7 +39,7 @@ class Installation(unittest.TestCase):
         # Nothing may remember where it was installed.
         cls.prefix = cls.scratch / "moved"
         (cls.scratch / "first place").rename(cls.prefix)
-        cls.library = next(cls.prefix.rglob("libzucharset.so")).parent
+        cls.library = next(cls.prefix.rglob("pkgconfig")).parent
 
     def check(self, program, **environment):
         for sample, encoding in SAMPLES.items():

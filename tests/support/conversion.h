@@ -40,6 +40,7 @@ struct Handle {
     explicit Handle(const ZU_CHARSET_S &owner, uint32_t option = 0) : record(owner) {
         EXPECT_EQ(record.pfnConverterCreate(&handle, option), 0);
     }
+    Handle(const ZU_CHARSET_S &owner, ZU_CHARSET_HANDLE existing) : record(owner), handle(existing) {}
     Handle(const Handle &) = delete;
     ~Handle() { EXPECT_EQ(record.pfnConverterClose(handle), 0); }
 

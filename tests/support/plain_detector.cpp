@@ -1,5 +1,7 @@
 #include "plain_detector.h"
 
+#include "pair_rules.h"
+
 #include <algorithm>
 #include <sstream>
 
@@ -12,23 +14,6 @@ bool in(int byte, int low, int high) { return byte >= low && byte <= high; }
 int byteAt(Text text, size_t at) { return at < text.size() ? static_cast<uint8_t>(text[at]) : -1; }
 bool standsAt(Text text, size_t at, Text bytes) { return text.substr(at).starts_with(bytes); }
 
-// The pairs of a character set: ranges of lead and of trail bytes, each given by its first and its last byte. In the
-// table, rows and columns of the ranges follow one another; 7F may have a column, but is no trail byte.
-struct Rule {
-    Text leads, trails;
-    const int32_t *cells = nullptr;                                        // without, its characters weigh nothing
-    int columns = 0, firstFallback = 0, lastFallback = -1, fallback = 200; // what an empty cell of these leads weighs
-};
-using Rules = std::vector<Rule>; // the first one that accepts a pair weighs it
-
-// The place of a byte in ranges one after another, negative outside.
-int placeIn(Text ranges, int byte) {
-    if (ranges.empty())
-        return -1000;
-    const int first = byteAt(ranges, 0), last = byteAt(ranges, 1);
-    return in(byte, first, last) ? byte - first : last - first + 1 + placeIn(ranges.substr(2), byte);
-}
-
 float part(int64_t dividend, int64_t divisor) {
     const float quotient = static_cast<float>(dividend) / static_cast<float>(divisor);
     return 50.0f * quotient;
@@ -37,35 +22,62 @@ float part(int64_t dividend, int64_t divisor) {
 struct Counters {
     int64_t total = 1, good = 1, weight = 1, freqsum = 0;
 
-    bool accept(const Rules &rules, Text text, size_t at) {
-        const int lead = byteAt(text, at), trail = byteAt(text, at + 1);
-        for (const Rule &rule : rules) {
-            const int row = placeIn(rule.leads, lead), column = placeIn(rule.trails, trail);
-            if (row < 0 || column < 0 || trail == 0x7F)
-                continue;
-            const int cell = rule.cells == nullptr ? 0 : rule.cells[row * rule.columns + column];
-            freqsum += cell == 0 && in(lead, rule.firstFallback, rule.lastFallback) ? rule.fallback : cell;
-            good += 1, weight += 500;
-            return true;
-        }
-        return false;
+    bool accept(int32_t value) { // unless it is negative
+        if (value >= 0)
+            good += 1, weight += 500, freqsum += value;
+        return value >= 0;
     }
     int32_t score() const { return static_cast<int32_t>(part(good, total) + part(freqsum, weight)); }
 };
 
-int32_t pairs(Text text, const Rules &rules, size_t afterRefused = 2, const Rules &halves = {}) {
-    Counters c, ignored;
+// What a pair weighs by the rules of an estimator, which a table of scores pins down. What is plain is the counting.
+int32_t pairs(const Instance &t, Text text, const zucharset::PAIR_ESTIMATOR_S &estimator) {
+    const zucharset::PAIR_FAMILY_S &family = zucharset::PAIR_FAMILIES[estimator.u32Family];
+    Counters c;
     for (size_t at = 0, step = 1; at + 1 < text.size(); at += step) {
-        const bool isFourBytes = ignored.accept(halves, text, at) && ignored.accept(halves, text, at + 2);
-        const bool isSingle = byteAt(text, at) <= 0x7E;
-        step = isSingle ? 1 : isFourBytes ? 4 : c.accept(rules, text, at) ? 2 : afterRefused;
-        c.total += isSingle ? 0 : 1;
-        c.good += isFourBytes ? 1 : 0;
+        const auto isHalf = [&](size_t half) {
+            return in(byteAt(text, half), 0x81, 0xFE) && in(byteAt(text, half + 1), '0', '9');
+        };
+        const auto lead = static_cast<uint8_t>(text[at]), trail = static_cast<uint8_t>(text[at + 1]);
+        const bool isFourBytes =
+            estimator.enEncoding == zucharset::DETECTOR_ENCODING_GB18030 && isHalf(at) && isHalf(at + 2);
+        step = lead <= 0x7E ? 1 : isFourBytes ? 4 : 2;
+        c.total += step > 1 ? 1 : 0;
+        c.good += step == 4 ? 1 : 0;
+        if (step == 2 && !c.accept(applyRule(family.stBase, t, lead, trail)) && estimator.bSuperset)
+            c.accept(applyRule(family.stSuperset, t, lead, trail));
+    }
+    return c.score() - estimator.s32Subtract;
+}
+
+int32_t sjis(const Instance &t, Text text) {
+    Counters c;
+    for (size_t at = 0; at + 1 < text.size(); ++at) {
+        const int lead = byteAt(text, at), trail = byteAt(text, at + 1);
+        const bool isPair = (in(lead, 0x81, 0x9F) || in(lead, 0xE0, 0xEF)) && in(trail, 0x40, 0xFC) && trail != 0x7F;
+        const int place = (lead - (lead < 0xA0 ? 0x81 : 0xC1)) * 188 + trail - (trail < 0x7F ? 0x40 : 0x41);
+        c.total += lead > 0x7E ? 1 : 0;
+        at += c.accept(isPair ? t.as32FreqJP[place / 94][place % 94] : -1) ? 1 : 0;
     }
     return c.score();
 }
 
-int32_t hz(Text text, const Rules &rules) {
+// A pair of GB2312 or CNS 11643 in bytes from first to last, -1 for any other.
+struct Set {
+    const int32_t (&cells)[94][94];
+    int first, last, firstFallback, lastFallback, fallback; // what an empty cell of these rows weighs
+
+    int32_t operator()(Text text, size_t at) const {
+        const int row = byteAt(text, at), column = byteAt(text, at + 1);
+        if (!in(row, first, last) || !in(column, first, last))
+            return -1;
+        const int cell = cells[row - first][column - first];
+        return cell == 0 && in(row, firstFallback, lastFallback) ? fallback : cell;
+    }
+};
+
+int32_t hz(const Instance &t, Text text) {
+    const Set low{t.as32FreqGB, 0x21, 0x77, 0x30, 0x57, 200}, high{t.as32FreqGB, 0xA1, 0xF7, 0xB0, 0xD7, 200};
     size_t segments = 0;
     Counters c;
     for (size_t at = 0; at < text.size(); ++at) {
@@ -73,7 +85,7 @@ int32_t hz(Text text, const Rules &rules) {
             segments += 1;
             for (at += 2; at + 1 < text.size() && !standsAt(text, at, "~}") && text[at] != '\n' && text[at] != '\r';
                  at += 2)
-                c.accept(rules, text, at);
+                c.accept(std::max(low(text, at), high(text, at)));
         }
         at += standsAt(text, at, "~}") || standsAt(text, at, "~~") ? 1 : 0;
     }
@@ -81,7 +93,8 @@ int32_t hz(Text text, const Rules &rules) {
     return static_cast<int32_t>(base + part(c.freqsum, c.weight));
 }
 
-int32_t iso2022Cn(Text text, const Rules &gb, const Rules &cns) {
+int32_t iso2022Cn(const Instance &t, Text text) {
+    const Set gb{t.as32FreqGB, 0x21, 0x77, 0x30, 0x57, 200}, cns{t.as32FreqEUC_TW, 0x21, 0x7E, 0x44, 0x7D, 150};
     Counters c;
     for (size_t at = 0; at < text.size(); ++at) {
         const bool isGb = standsAt(text, at, "\x1B$)A");
@@ -89,7 +102,7 @@ int32_t iso2022Cn(Text text, const Rules &gb, const Rules &cns) {
             continue;
         for (at += 4; at < text.size() && text[at] != '\x1B'; ++at) {
             c.total += 1;
-            at += c.accept(isGb ? gb : cns, text, at) ? 1 : 0;
+            at += c.accept(isGb ? gb(text, at) : cns(text, at)) ? 1 : 0;
         }
     }
     return c.score();
@@ -140,24 +153,26 @@ const std::vector<CascadeRow> cascade = {{IsUnicodeBE, 19},  {IsUnicodeLE, 18}, 
                                          {IsCp1250, 21},     {IsCp1251, 22},     {IsCp1256, 27}};
 
 Scores scores(const Instance &t, Text text) {
-    constexpr Text wide = "\x81\xFE", euc = "\xA1\xFE", big5Trails = "\x40\x7F\xA1\xFE";
-    const Rules gb{{"\xA1\xF7", euc, t.as32FreqGB[0], 94, 0xB0, 0xD7}};
-    const Rules gbk{gb[0], {wide, "\x40\xFE", t.as32FreqGBK[0], 191}}, fourBytes{{wide, "09"}};
-    const Rules gb7Bit{{"\x21\x77", "\x21\x77", t.as32FreqGB[0], 94, 0x30, 0x57}};
-    const Rules hzBoth{gb7Bit[0], {"\xA1\xF7", "\xA1\xF7", t.as32FreqGB[0], 94, 0xB0, 0xD7}};
-    const Rules big5{{"\xA1\xF9", big5Trails, t.as32FreqBIG5[0], 158, 0xA4, 0xC6}};
-    const Rules big5Plus{{"\xA1\xF9", big5Trails, t.as32FreqBIG5[0], 158, 0xA4, 0xC5},
-                         {wide, "\x40\xFE", t.as32FreqBIG5P[0], 191}};
-    const Rules cns{{"\x21\x7E", "\x21\x7E", t.as32FreqEUC_TW[0], 94, 0x44, 0x7D, 150}};
-    const Rules eucKr{{euc, euc, t.as32FreqKR[0], 94}}, cp949{eucKr[0], {wide, "\x41\x5A\x61\x7A\x81\xFE"}};
-    const Rules eucJp{{euc, euc, t.as32FreqJP[0], 94}};
-    const Rules sjis{{"\x81\x9F\xE0\xEF", "\x40\x7E\x80\xFC", t.as32FreqJP[0], 188}}; // two rows of 94 for a lead
-    const auto of = [&](const Rules &rules) { return pairs(text, rules); };
-    const int32_t fourByte = pairs(text, gbk, 2, fourBytes) - 1, shifted = pairs(text, sjis, 1);
-    const int32_t kr = holds(text, "\x1B$)C"), jp = holds(text, "\x1B$B"), cn = iso2022Cn(text, gb7Bit, cns);
-    return {of(gb),    of(gbk) - 1, fourByte,  hz(text, hzBoth), of(big5), of(big5Plus) - 1,
-            0,         cn,          of(eucKr), of(cp949),        kr,       0,
-            of(eucJp), shifted,     jp,        utf8(text),       0,        ascii(text),
+    using namespace zucharset;
+    const auto of = [&](const PAIR_ESTIMATOR_S &estimator) { return pairs(t, text, estimator); };
+    return {of(_Detector_gb2312_probability),
+            of(_Detector_gbk_probability),
+            of(_Detector_gb18030_probability),
+            hz(t, text),
+            of(_Detector_big5_probability),
+            of(_Detector_big5plus_probability),
+            0,
+            iso2022Cn(t, text),
+            of(_Detector_euc_kr_probability),
+            of(_Detector_cp949_probability),
+            holds(text, "\x1B$)C"),
+            0,
+            of(_Detector_euc_jp_probability),
+            sjis(t, text),
+            holds(text, "\x1B$B"),
+            utf8(text),
+            0,
+            ascii(text),
             0};
 }
 

@@ -6,6 +6,7 @@
 
 namespace {
 thread_local recording::Lines lines;
+thread_local bool areKept = true;
 thread_local uint32_t failingCopies = 0;
 thread_local std::string awaitedText;
 thread_local std::function<void()> awaitingAction;
@@ -24,6 +25,8 @@ Lines takeLines(const std::string &file) {
     return taken;
 }
 
+void keepLines(bool kept) { areKept = kept; }
+
 void onLine(const std::string &text, std::function<void()> action) {
     awaitedText = text;
     awaitingAction = std::move(action);
@@ -35,9 +38,13 @@ void failCopies(uint32_t calls) { failingCopies = calls; }
 
 extern "C" {
 
-int copyBlock(void *destination, size_t capacity, const void *source, size_t count); // the stand-in's, renamed
+// The stand-in's, renamed.
+int copyBlock(void *destination, size_t capacity, const void *source, size_t count);
+int formatBounded(char *destination, size_t capacity, size_t count, const char *format, va_list args);
 
 int32_t SVR_LOG_Write(const char *tag, int32_t level, const char *format, ...) {
+    if (!areKept)
+        return -1;
     char text[4096];
     va_list args;
     va_start(args, format);
@@ -53,6 +60,14 @@ int memcpy_s(void *destination, size_t capacity, const void *source, size_t coun
     const bool fails = (failingCopies & 1u) != 0;
     failingCopies >>= 1;
     return fails ? EINVAL : copyBlock(destination, capacity, source, count);
+}
+
+// One that does not end what it cuts off.
+int vsnprintf_s(char *destination, size_t capacity, size_t count, const char *format, va_list args) {
+    const int length = formatBounded(destination, capacity, count, format, args);
+    if (length < 0)
+        destination[count] = '?';
+    return length;
 }
 
 } // extern "C"
