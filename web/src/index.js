@@ -141,11 +141,17 @@ export { CharsetError, ConversionStream, Converter };
 
 /** A converted text. */
 export class Conversion {
+    /** @type {Module} */
+    #module;
     /** @type {string | undefined} */
     #text;
 
-    /** @param {Uint8Array<ArrayBuffer>} bytes @param {Detection} found @param {Losses} losses */
-    constructor(bytes, found, losses) {
+    /**
+     * @ignore
+     * @param {Module} module @param {Uint8Array<ArrayBuffer>} bytes @param {Detection} found @param {Losses} losses
+     */
+    constructor(module, bytes, found, losses) {
+        this.#module = module;
         /** @readonly the text in UTF-8 */
         this.bytes = bytes;
         /** @readonly what it was */
@@ -156,7 +162,11 @@ export class Conversion {
 
     /** The text as a string, without a byte order mark. */
     get text() {
-        this.#text ??= new TextDecoder().decode(this.bytes);
+        if (this.#text === undefined) {
+            const { bytes } = this;
+            const marked = bytes[0] === 0xEF && bytes[1] === 0xBB && bytes[2] === 0xBF;
+            this.#text = this.#module.widened(marked ? bytes.subarray(3) : bytes);
+        }
         return this.#text;
     }
 }
@@ -211,7 +221,7 @@ export class Charset {
         const text = asBytes(bytes);
         const converter = this.open(options);
         try {
-            return conversionOf([converter.write(text), converter.finish()], converter);
+            return conversionOf(this.#module, [converter.write(text), converter.finish()], converter);
         } finally {
             converter.close();
         }
@@ -238,7 +248,7 @@ export class Charset {
                 onProgress?.(taken);
             }
             pieces.push(converter.finish());
-            return conversionOf(pieces, converter);
+            return conversionOf(this.#module, pieces, converter);
         } finally {
             converter.close();
         }
@@ -365,9 +375,9 @@ function checkSignal(signal) {
     signal?.throwIfAborted();
 }
 
-/** @param {Uint8Array<ArrayBuffer>[]} pieces @param {Converter} converter @returns {Conversion} */
-function conversionOf(pieces, converter) {
+/** @param {Module} module @param {Uint8Array<ArrayBuffer>[]} pieces @param {Converter} converter */
+function conversionOf(module, pieces, converter) {
     const found = /** @type {Detection} */ (converter.detection);
-    return new Conversion(joined(pieces), found, converter.losses);
+    return new Conversion(module, joined(pieces), found, converter.losses);
 }
 

@@ -54,6 +54,7 @@ export class Module {
         this.call = /** @type {Record<string, (...values: number[]) => number>} */ (/** @type {unknown} */ (functions));
         this.memory = memory;
         this.decoder = new TextDecoder('utf-8', { ignoreBOM: true });
+        this.wideDecoder = new TextDecoder('utf-16le', { ignoreBOM: true });
         /** @type {Map<number, string>} strings of the library, which never change, by address */
         this.strings = new Map();
         this.u8 = new Uint8Array(memory.buffer);
@@ -65,6 +66,8 @@ export class Module {
         this.#readLayout();
         /** where the bytes of one call are put */
         this.inbox = this.allocate(PIECE);
+        /** room for the units of so many bytes of UTF-8 */
+        this.units = 0;
         /** where results of one call are put: any structure, a name with its neighbours, lines of a preview */
         this.scratch = this.allocate(Math.max(4096, ...Object.values(this.structures).map(({ size }) => size)));
     }
@@ -116,6 +119,27 @@ export class Module {
     text(address, length) {
         this.refresh();
         return this.decoder.decode(this.u8.subarray(address, address + length));
+    }
+
+    /**
+     * @param {Uint8Array} utf8 well-formed
+     * @returns {string} the same as a string, sooner than TextDecoder has it
+     */
+    widened(utf8) {
+        if (this.units === 0)
+            this.units = this.allocate(2 * (PIECE + 16));
+        let result = '';
+        for (let at = 0; at < utf8.length;) {
+            let end = Math.min(at + PIECE - 16, utf8.length);
+            while (end < utf8.length && (utf8[end] & 0xC0) === 0x80)
+                --end; // whole characters
+            this.refresh();
+            this.u8.set(utf8.subarray(at, end), this.inbox);
+            const count = this.call.zutext_web_widen(this.inbox, end - at, this.units);
+            result += this.wideDecoder.decode(this.u8.subarray(this.units, this.units + 2 * count));
+            at = end;
+        }
+        return result;
     }
 
     /** @param {number} address @returns {string} the string there, which ends with a 0 byte and may change */
