@@ -44,6 +44,7 @@ suite players     "the recipes of docs/players.md, with real players"       play
 suite instructions "no more instructions per byte than bench/instructions.csv says" "bench/instructions.py --check" \
     "${both[@]}" "${ARM_PACKAGES[@]}" "${ARM64_PACKAGES[@]}"
 suite python      "the Python package, its wheels and the cluster example"    python/test.sh        "${BUILD_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}"
+suite web         "the JavaScript package and the page, in a browser"     "./web.sh test"      "${WEB_PACKAGES[@]}" "${WEB_TEST_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"

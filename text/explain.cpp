@@ -74,7 +74,8 @@ void explainCascade(Bytes text, zutext_explanation &explanation) {
         if (accepted || row.pstKnown == nullptr) {
             continue;
         }
-        const auto unknown = std::ranges::find_if(text, [&row](uint8_t byte) { return !row.pstKnown->has(byte); });
+        const auto unknown =
+            std::find_if(text.begin(), text.end(), [&row](uint8_t byte) { return !row.pstKnown->has(byte); });
         if (unknown != text.end()) {
             test.refused = static_cast<int64_t>(explanation.verdict.sample_offset) + (unknown - text.begin());
             test.byte = *unknown;
