@@ -121,7 +121,7 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
     const auto check = [&](const string &text, int32_t aim) {
         const TEXT_S bytes{reinterpret_cast<const uint8_t *>(text.data()), static_cast<int32_t>(text.size())};
         const plain::Scores exact = scores(bytes.pu8, text.size());
-        for (const size_t candidate : {0, 1, 2, 4, 5, 8, 9, 12, 13}) {
+        for (const size_t candidate : {0U, 1U, 2U, 4U, 5U, 8U, 9U, 12U, 13U}) {
             const int32_t target = aim > 0 ? aim : exact[candidate];
             const TARGET_S goal{target, takeCensus(instance->stControl, bytes)};
             SCORES_S early{};
@@ -142,7 +142,7 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
     for (size_t i = 0; i < heavy.size() * light.size() * 49 * 2; ++i) {
         const string &good = heavy[i % heavy.size()], &poor = light[i / heavy.size() % light.size()];
         const size_t counts = i / heavy.size() / light.size();
-        for (const size_t factor : {1, 150}) {
+        for (const size_t factor : {1U, 150U}) {
             if (factor > 1 && counts % 5 != 0)
                 continue;
             ASSERT_NO_FATAL_FAILURE(check(repeated(poor, factor * (counts / 7 % 7)) +
