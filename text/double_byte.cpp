@@ -99,7 +99,7 @@ bool fillFor(Ranks &ranks, int32_t encoding) {
 // Whole-number approximation of 100 ln(rank), good to 4.
 int32_t logOf(int rank) {
     constexpr int kLn2 = 6931; // in ten-thousandths
-    int power = std::bit_width(static_cast<unsigned>(rank)) - 1;
+    int power = static_cast<int>(std::bit_width(static_cast<unsigned>(rank))) - 1;
     return (kLn2 * power + kLn2 * (rank - (1 << power)) / (1 << power)) / 100;
 }
 

@@ -17,7 +17,6 @@ namespace zutext {
 namespace {
 
 constexpr size_t kDefaultSample = size_t{1024} * 1024;
-constexpr uint8_t kEscape = 0x1B;
 
 // --- Options ---
 
