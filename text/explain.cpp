@@ -158,8 +158,8 @@ int32_t zutext_explain(const uint8_t *bytes, size_t length, const zutext_options
     }
     const zutext_verdict &verdict = explanation->verdict;
     const Bytes sample = Bytes(bytes, length).subspan(static_cast<size_t>(verdict.sample_offset));
-    const Bytes text =
-        sample.first(std::min({sample.size(), static_cast<size_t>(verdict.sample_length), size_t{INT_MAX}}));
+    const auto wanted = static_cast<size_t>(verdict.sample_length); // both are within the text
+    const Bytes text = sample.first(std::min<size_t>({sample.size(), wanted, INT_MAX}));
     explanation->examined = text.size();
     if (text.empty()) {
         return ZUTEXT_OK;

@@ -164,10 +164,7 @@ bool decideUtf8(const Sample &sample, zutext_verdict &verdict) {
 
 // --- Letters ---
 
-// A double-byte claim of the vote stands unless a single-byte reading is clearly better; where the vote names nothing,
-// a double-byte reading must be clearly better itself. In hundredths of the best single-byte cost.
-constexpr int64_t kClaimStands = 120;
-constexpr int64_t kClaimSure = 64;
+// A hint lets a double-byte reading cost half as much again.
 constexpr int64_t kHintWeight = 150;
 constexpr int64_t kNoCost = INT64_MAX; // not weighed
 
@@ -206,7 +203,7 @@ class LetterJudge {
 
   private:
     void decideBy(const Readings &readings, uint32_t wideHints, zutext_verdict &verdict) const {
-        const int64_t single = std::max(1, readings.rows[0].cost);
+        const int64_t single = std::max(1, readings.rows[0].letters);
         size_t best = kWideCount;
         for (size_t i = 0; i < kWideCount; ++i) {
             const WideEncoding &wide = kWideEncodings[i];
@@ -214,8 +211,8 @@ class LetterJudge {
                 continue;
             }
             const bool hinted = (wideHints >> i & 1) != 0;
-            const int64_t stands = (m_vote != 0 ? kClaimStands : kClaimSure) * (hinted ? kHintWeight : 100) / 100;
-            if (m_wideCosts[i] * 100 <= single * stands && (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
+            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, m_vote != 0) &&
+                (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
                 best = i;
             }
         }
@@ -226,11 +223,11 @@ class LetterJudge {
         verdict.kind = kindOf(verdict.encoding);
         verdict.decided_by = wide && m_vote != 0 ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
         verdict.margin = verdict.reading_count > 1 ? verdict.readings[1].cost : INT32_MAX;
-        verdict.sure = wide ? (m_wideCosts[best] * 100 <= single * kClaimSure && verdict.margin >= kSureMargin ? 1 : 0)
-                            : (verdict.margin >= kSureMargin ? 1 : 0);
+        verdict.sure = verdict.margin >= kSureMargin && (!wide || isSureOf(m_wideCosts[best], single)) ? 1 : 0;
     }
 
-    // The chosen double-byte reading first if there is one, then all others by cost.
+    // The chosen double-byte reading first if there is one, then all others by cost. Double-byte readings have no part
+    // in what ASCII words say, so they are given the best single-byte one's.
     void listReadings(const Readings &readings, size_t chosen, zutext_verdict &verdict) const {
         int64_t costs[ZUTEXT_MOST_READINGS];
         verdict.reading_count = 0;
@@ -251,8 +248,10 @@ class LetterJudge {
             costs[place] = cost;
         };
         const bool wide = chosen < kWideCount;
+        const int64_t single = std::max(1, readings.rows[0].letters);
+        const int64_t words = int64_t{readings.rows[0].cost} - readings.rows[0].letters;
         if (wide) {
-            add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen], 0);
+            add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen] + words, 0);
         }
         for (int32_t i = 0; i < readings.count; ++i) {
             const Reading &row = readings.rows[i];
@@ -262,10 +261,9 @@ class LetterJudge {
             add(row.encoding, language, std::max<int64_t>(row.cost, i == 0 ? 0 : readings.rows[0].cost), wide ? 1 : 0);
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            const bool near =
-                m_wideCosts[i] != kNoCost && m_wideCosts[i] < int64_t{3} * std::max(1, readings.rows[0].cost);
+            const bool near = m_wideCosts[i] != kNoCost && m_wideCosts[i] < 3 * single;
             if (i != chosen && near) {
-                add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i], 1);
+                add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i] + words, 1);
             }
         }
         for (int32_t i = verdict.reading_count - 1; i >= 0; --i) {
