@@ -18,9 +18,10 @@ const directionOf = (language) => language !== null && RIGHT_TO_LEFT.has(languag
 
 /**
  * Lines of a text as it reads, in its own direction.
- * @param {Element} place @param {string[]} lines @param {string | null} language
+ * @param {HTMLElement} place @param {string[]} lines @param {string | null} language
  */
 function showLines(place, lines, language) {
+    place.dir = directionOf(language);
     place.replaceChildren(...lines.map((line) => {
         const row = document.createElement('p');
         row.dir = directionOf(language);

@@ -162,6 +162,8 @@ test('drop files, read them, take another reading, save one and all', async () =
     assert.ok(master('japanese').toString().includes((await words('japanese.txt', '.cues p')).slice(0, 20)));
     assert.equal(await page.$eval('#summary', (part) => part.textContent), '3 files, all readable');
 
+    await page.screenshot({ path: join(shots, 'page.png') });
+
     await click('gbk.srt', '.save');
     assert.deepEqual(await download('gbk.srt'), iconv('GBK', 'UTF-8', readFileSync(subtitle('gbk'))));
 
@@ -384,6 +386,57 @@ test('2,000 files do not freeze the page', { timeout: 120000 }, async () => {
     const most = await longest();
     console.log(`2,000 files read in ${(read / 1000).toFixed(1)} s, longest turn of the page ${Math.round(most)} ms`);
     assert.ok(most < 1000, `the page stood still for ${most} ms`);
+});
+
+test('docs/web.md tells where the tables differ from those of TextDecoder', async () => {
+    const plain = await page.browserContext().newPage();
+    await plain.goto(`${server.url}LICENSE.txt`); // a page without a policy of its own
+    const rows = await plain.evaluate(async () => {
+        const { load } = await import(new URL('zucharset/src/index.js', location.href).href);
+        const charset = await load();
+        const hex = (/** @type {string} */ text) => [...text].map(
+            (character) => (character.codePointAt(0) ?? 0).toString(16).toUpperCase().padStart(4, '0')).join(' ');
+        /** @param {import('../src/index.js').Encoding} encoding */
+        const rowOf = ({ encoding, name, label }) => {
+            // Every code on a line of its own: those of one byte, and in wide encodings those of two. The tab is there
+            // for a lone first byte to take with it.
+            const wide = ['gbk', 'big5', 'euc-kr'].includes(encoding);
+            const codes = [];
+            for (let first = 0x80; first < 0x100; ++first) {
+                codes.push([first]);
+                for (let second = 0x40; wide && first > 0x80 && first < 0xFF && second < 0xFF; ++second)
+                    codes.push([first, second]);
+            }
+            const bytes = Uint8Array.from(codes.flatMap((code) => [...code, 0x09, 0x0A]));
+            const ours = charset.convert(bytes, { from: encoding }).text.split(/\t?\n/);
+            const theirs = new TextDecoder(label ?? '').decode(bytes).split(/\t?\n/);
+            // No meaning: a replacement, nothing, a control character, or the second byte alone.
+            const none = (/** @type {string} */ text, /** @type {number[]} */ code) =>
+                /^[\x80-\x9F]?$|\uFFFD/.test(text) || text === String.fromCharCode(code[1]);
+            /** @type {Record<string, [number[], string, string][]>} */
+            const unlike = { lacks: [], exceeds: [], both: [] };
+            for (const [i, code] of codes.entries()) {
+                const [own, other] = [none(ours[i], code), none(theirs[i], code)];
+                if (ours[i] !== theirs[i] && !(own && other))
+                    unlike[own ? 'lacks' : other ? 'exceeds' : 'both'].push([code, ours[i], theirs[i]]);
+            }
+            const { lacks, exceeds, both } = unlike;
+            const [example] = [...both, ...lacks, ...exceeds];
+            if (example === undefined)
+                return [];
+            if (ours.length !== theirs.length)
+                throw new Error(`${name}: lines were lost`);
+            return [[name, lacks.length, exceeds.length, both.length, `${example[0].map(
+                (/** @type {number} */ byte) => byte.toString(16).toUpperCase()).join(' ')}: ` +
+                `${hex(example[1]) || 'nothing'} here, ${hex(example[2])} there`]];
+        };
+        return charset.encodings().filter((/** @type {any} */ { convertible, label, encoding }) =>
+            convertible && label !== null && !encoding.startsWith('utf')).flatMap(rowOf);
+    });
+    await plain.close();
+    const table = rows.map((/** @type {unknown[]} */ cells) => `| ${cells.join(' | ')} |`).join('\n');
+    const text = readFileSync(join(root, 'docs/web.md'), 'utf8');
+    assert.ok(text.includes(table), `docs/web.md has not this table:\n${table}`);
 });
 
 describe('other conditions', () => {
