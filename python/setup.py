@@ -8,7 +8,7 @@ import re
 import subprocess
 from pathlib import Path
 
-from setuptools import setup
+from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
 from wheel.bdist_wheel import bdist_wheel
 
@@ -61,13 +61,14 @@ class PackageWithLibraries(build_py):
 
 
 class Wheel(bdist_wheel):
-    def finalize_options(self) -> None:
-        super().finalize_options()
-        self.root_is_pure = False
-
     def get_tag(self) -> tuple[str, str, str]:
         # The libraries are called through ctypes: any Python 3 will do.
         return "py3", "none", platform_tag()
+
+
+class PlatformDistribution(Distribution):
+    def has_ext_modules(self) -> bool:
+        return True
 
 
 setup(
@@ -88,5 +89,6 @@ setup(
         "Topic :: Text Processing",
         "Typing :: Typed",
     ],
+    distclass=PlatformDistribution,
     cmdclass={"build_py": PackageWithLibraries, "bdist_wheel": Wheel},
 )

@@ -270,6 +270,7 @@ _LOSSES = {
     Loss.SURROGATE: "surrogate halves are without a partner",
     Loss.MISREAD: "codes of GB18030 were misread; use a converter for GB18030",
     Loss.CUT: "character is cut off by the end of the file",
+    Loss.MENDED_PAIR: "surrogate pairs became the characters meant",
 }
 
 

@@ -57,7 +57,7 @@ def decode_at(
     with lib.Borrowed(data) as view, _Converted(view.buf or 0, view.len, options) as converted:
         detection = detection_from(converted.text.verdict)
         warn_if_unsure(detection, file, level)
-        if errors == "replace" or not any(converted.text.account.losses):
+        if errors == "replace" or account_from(converted.text.account).first_loss is None:
             return converted.string()
     with memoryview(data) as whole, whole.cast("B") as flat:
         return decode_with_handler(flat, detection, errors, 0, True)[0]
@@ -101,7 +101,7 @@ def decode_with_handler(
         is_last = position + len(stretch) == len(data)
         flags = lib.STRIP_MARK if offset + position == 0 else 0
         text, account = _convert_stretch(stretch, detection.code_type, flags)
-        loss = account.places[0] if account.places else None
+        loss = account.first_loss
         if loss is None:
             parts.append(text)
             position += len(stretch)
@@ -170,8 +170,8 @@ class Decoding(Stream):
             output += self._finish()
         self._warn()
         account = self._account()
-        if account.places and self._errors == "strict":
-            place = account.places[0]
+        place = account.first_loss
+        if place is not None and self._errors == "strict":
             error = DecodeError(self._codec(), place.bytes, 0, len(place.bytes), _REASONS[place.loss])
             error.offset = place.offset
             raise error

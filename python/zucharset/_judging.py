@@ -65,7 +65,7 @@ class Hint(enum.IntEnum):
 
 
 class Loss(enum.IntEnum):
-    """How text is lost in a conversion."""
+    """How text is lost in a conversion; a mended pair is damage that nothing was lost by."""
 
     REPLACED = 0
     DROPPED = 1
@@ -73,6 +73,7 @@ class Loss(enum.IntEnum):
     SURROGATE = 3
     MISREAD = 4
     CUT = 5
+    MENDED_PAIR = 6
 
 
 @dataclass(frozen=True)
@@ -131,6 +132,11 @@ class Account:
     text_lost: bool
     wrong_byte_order: bool  #: the text starts with the mark of the other byte order
     places: tuple[Place, ...]  #: the first ones of each kind, by offset
+
+    @property
+    def first_loss(self) -> Place | None:
+        """The first place where something was lost."""
+        return next((place for place in self.places if place.loss is not Loss.MENDED_PAIR), None)
 
 
 # ---- Names ----
@@ -258,11 +264,12 @@ def _error(result: int, options: lib.Options, verdict: VerdictPointer | None) ->
 def _unsupported(number: int) -> UnsupportedEncodingError:
     name = encoding_name(number) or ""
     codec = codec_name(number)
-    remedies = [f"iconv -f {encoding_facts(number).iconv_name.decode()} -t UTF-8 does"]
-    if codec:
-        remedies.insert(0, f"Python's codec {codec!r} does")
+    iconv_name = _text(encoding_facts(number).iconv_name)
+    remedies = [f"Python's codec {codec!r} reads it"] if codec else []
+    if iconv_name:
+        remedies.append(f"iconv -f {iconv_name} -t UTF-8 converts it")
     return UnsupportedEncodingError(
-        f"text in {name}, which zucharset does not convert", name, codec, remedy=", and ".join(remedies)
+        f"text in {name}, which zucharset does not convert", name, codec, remedy=", ".join(remedies)
     )
 
 

@@ -30,9 +30,8 @@ STRIP_MARK = 8
 JUDGE_ONLY = 32
 
 MOST_READINGS = 12
-LOSS_KINDS = 6
-LOSS_CUT = 5
-MOST_PLACES = 18
+LOSS_KINDS = 7
+MOST_PLACES = 21
 
 
 class Encoding(ctypes.Structure):
