@@ -15,7 +15,8 @@ root=$(realpath -m "${BUILD_ROOT:-build}")/wheels
 build_libraries() { # ARCH BUILD PREFIX CMAKE-ARGUMENT...: into $root/ARCH/libraries/BUILD
     local folder=$root/$1/$2 libraries=$root/$1/libraries/$2 prefix=$3
     cmake -G Ninja -B "$folder" -DCMAKE_BUILD_TYPE=Release -DZUCHARSET_CLI=OFF -DZUCHARSET_TESTS=OFF \
-        -DZUCHARSET_EXAMPLES=OFF "${@:4}" >/dev/null
+        -DZUCHARSET_EXAMPLES=OFF \
+        -DCMAKE_BUILD_WITH_INSTALL_RPATH=ON "-DCMAKE_INSTALL_RPATH=\$ORIGIN" "${@:4}" >/dev/null
     cmake --build "$folder" -- --quiet
     mkdir -p "$libraries"
     local library

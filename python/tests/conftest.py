@@ -47,8 +47,11 @@ def sample(name: str) -> str:
 
 
 def texts() -> list[Text]:
-    rows = [line.split() for line in TABLE.strip().splitlines()]
-    return [Text(*row, sample(row[0]), sample(row[0]).encode(row[1])) for row in rows]
+    made = []
+    for line in TABLE.strip().splitlines():
+        name, codec, encoding, language = line.split()
+        made.append(Text(name, codec, encoding, language, sample(name), sample(name).encode(codec)))
+    return made
 
 
 TEXTS = texts()

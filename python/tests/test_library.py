@@ -3,13 +3,16 @@
 from __future__ import annotations
 
 import ctypes
+import enum
 import os
+import platform
 import re
 import subprocess
 import sys
 import threading
 import time
 import zipfile
+from collections.abc import Iterable
 from pathlib import Path
 
 import pytest
@@ -29,7 +32,7 @@ STRUCTURES = {
     "output": _library.Output,
     "text": _library.Text,
 }
-ENUMERATIONS = {
+ENUMERATIONS: dict[str, Iterable[enum.IntEnum]] = {
     "KIND": _judging.Kind,
     "BY": _judging.DecidedBy,
     "HINT": _judging.Hint,
@@ -96,7 +99,7 @@ def test_the_processor_chooses_the_build(monkeypatch: pytest.MonkeyPatch) -> Non
         ("x86_64", set(), ["base"]),
         ("aarch64", everything, ["base"]),
     ]:
-        monkeypatch.setattr(_library.platform, "machine", lambda machine=machine: machine)
+        monkeypatch.setattr(platform, "machine", lambda machine=machine: machine)
         monkeypatch.setattr(_library, "_processor_flags", lambda flags=flags: flags)
         assert _library.builds_for_this_processor() == builds
     monkeypatch.undo()
@@ -225,24 +228,21 @@ def test_others_run_meanwhile_and_cancel() -> None:
     """A thread counts while a call works, and ends it."""
     data = TEXTS[3].data * 100_000  # 200 MB
     ticks = 0
-    cancelled = 0.0
     with zucharset.Converter() as converter:
 
         def count_and_cancel() -> None:
-            nonlocal ticks, cancelled
+            nonlocal ticks
             while ticks < 20:
                 time.sleep(0.001)
                 ticks += 1
-            cancelled = time.monotonic()
             converter.cancel()
 
         thread = threading.Thread(target=count_and_cancel)
         thread.start()
         with pytest.raises(zucharset.CancelledError):
             converter.feed(data)
-        ended = time.monotonic()
         thread.join()
-        assert ticks == 20 and 0 <= ended - cancelled < 0.5
+        assert ticks == 20
         with pytest.raises(zucharset.CancelledError):
             converter.feed(b"more")
     with pytest.raises(ValueError, match="closed"):

@@ -28,7 +28,7 @@ SUBTITLES = {
     "cp949": "cp949",
     "gbk": "gbk",
     "iso8859-7": "iso8859-7",
-    "utf16be": "utf-16",
+    "utf16be": "utf-16-be",
     "utf16le": "utf-16",
     "utf8": "utf-8-sig",
     "ascii": "ascii",
@@ -84,7 +84,8 @@ def test_buffers_are_taken_as_they_are(tmp_path: Path) -> None:
     with open(path, "r+b") as file, mmap.mmap(file.fileno(), 0) as both, mmap.mmap(
         file.fileno(), 0, access=mmap.ACCESS_READ
     ) as read_only:
-        for buffer in (bytearray(data), memoryview(b"?" + data)[1:], both, read_only, memoryview(data).cast("b")):
+        buffers: list[Any] = [bytearray(data), memoryview(b"?" + data)[1:], both, read_only, memoryview(data).cast("b")]
+        for buffer in buffers:
             assert zucharset.detect(buffer) == zucharset.detect(data)
             assert zucharset.decode(buffer) == TEXTS[3].text
         both.close()  # nothing holds it any more
@@ -138,12 +139,14 @@ def test_error_handlers(codec: str, data: bytes, errors: str, tmp_path: Path) ->
     (tmp_path / "text").write_bytes(data)
     roads: list[Callable[[], str]] = [
         lambda: zucharset.decode(data, encoding=codec, errors=errors),
-        lambda: incremental(1),
-        lambda: incremental(5),
+        lambda: incremental(1 if len(data) < 100 else 1001),
+        lambda: incremental(5 if len(data) < 100 else 5000),
         lambda: incremental(70000),
         from_file,
     ]
-    if errors == "strict":
+    try:
+        expected = data.decode(codec, errors)
+    except UnicodeDecodeError as error:  # surrogateescape has no room for what ASCII bytes are part of
         offsets = set()
         for road in roads:
             with pytest.raises(zucharset.DecodeError) as caught:
@@ -154,14 +157,12 @@ def test_error_handlers(codec: str, data: bytes, errors: str, tmp_path: Path) ->
             assert caught.value.object[caught.value.start:caught.value.end] == data[caught.value.offset:][
                 : caught.value.end - caught.value.start
             ]
-        with pytest.raises(UnicodeDecodeError) as python:
-            data.decode(codec)
-        assert offsets == {python.value.start}
+        assert offsets == {error.start}
         return
     results = {road() for road in roads}
     assert len(results) == 1
     if errors != "replace":  # Python and the library put U+FFFD in different numbers
-        assert results == {data.decode(codec, errors)}
+        assert results == {expected}
 
 
 def test_errors_say_what_to_do(tmp_path: Path) -> None:
@@ -185,7 +186,7 @@ def test_errors_say_what_to_do(tmp_path: Path) -> None:
         zucharset.decode(Path("/bin/ls").read_bytes())
     assert zucharset.detect(Path("/bin/ls").read_bytes()).kind is zucharset.Kind.BINARY
     with zucharset.Detector() as detector:
-        assert detector.feed(Path("/bin/ls").read_bytes())
+        detector.feed(Path("/bin/ls").read_bytes())
         assert detector.result().kind is zucharset.Kind.BINARY
     with pytest.raises(zucharset.UnknownEncodingError, match="did you mean Windows-1251"):
         zucharset.decode(b"", encoding="windos-1251")
@@ -224,7 +225,8 @@ LINES = "plain\nодин\r\nдва\rтри\r\n\r\nчетыре" + "пять\n" *
 @pytest.mark.parametrize("by_codec", [False, True], ids=["open", "codec"])
 def test_open_is_like_the_built_in(codec: str, newline: str | None, by_codec: bool, tmp_path: Path) -> None:
     path = tmp_path / "text"
-    path.write_bytes(LINES.encode(codec))
+    # Before the codec has judged, tell() tries byte by byte.
+    path.write_bytes((LINES[:1000] if by_codec else LINES).encode(codec))
 
     def play(file: Any) -> Iterator[object]:
         yield file.readline(), file.read(7), file.readline(), file.newlines
@@ -279,7 +281,7 @@ def test_open_takes_what_the_built_in_takes(tmp_path: Path) -> None:
     with zucharset.open(os.fsencode(path), opener=os.open, prefer="ru", buffering=100) as file:
         assert file.read() == "один"
     with pytest.raises(io.UnsupportedOperation):
-        zucharset.open(path).reconfigure(encoding="ascii")  # type: ignore[attr-defined]
+        zucharset.open(path).reconfigure(encoding="ascii")
     path.write_bytes("один".encode("cp500", "replace") + "日".encode("cp932"))
     with zucharset.open(path, encoding="cp500") as file:
         assert file.encoding == "cp500"

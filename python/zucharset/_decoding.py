@@ -39,24 +39,10 @@ def decode(
     detect(). errors is that of bytes.decode(): with "replace" bytes without a meaning become U+FFFD or nothing, as the
     library does it. A reading that may be wrong gives an UnsureWarning.
     """
-    return decode_at(data, encoding, errors, prefer, sample, plain, None, 3)
-
-
-def decode_at(
-    data: Buffer,
-    encoding: str | None,
-    errors: str,
-    prefer: Prefer,
-    sample: int,
-    plain: bool,
-    file: FileName | None,
-    level: int,
-) -> str:
-    """decode() on behalf of a caller so many levels up."""
     options = options_for(encoding, prefer, sample, lib.STRIP_MARK | (lib.PLAIN if plain else 0))
     with lib.Borrowed(data) as view, _Converted(view.buf or 0, view.len, options) as converted:
         detection = detection_from(converted.text.verdict)
-        warn_if_unsure(detection, file, level)
+        warn_if_unsure(detection)
         if errors == "replace" or account_from(converted.text.account).first_loss is None:
             return converted.string()
     with memoryview(data) as whole, whole.cast("B") as flat:
@@ -204,14 +190,14 @@ class Decoding(Stream):
         detection = None if self._warned else self._verdict()
         if detection:
             self._warned = True
-            # Python's own reader of files, which is written in C, has no frame; the codec's decoder has one.
-            warn_if_unsure(detection, self._file, 4)
+            warn_if_unsure(detection, self._file)
 
 
 class IncrementalDecoder(codecs.IncrementalDecoder):
     """Bytes in pieces to str, for the codecs module.
 
-    Gives plain ASCII at once, and the rest when enough of the text has come to judge by, or with the last piece.
+    Gives plain ASCII at once, and the rest when enough of the text has come to judge by, or with the last piece. Under
+    the built-in open(), tell() is slow until then; zucharset.open() knows no such place.
     """
 
     def __init__(
@@ -228,33 +214,46 @@ class IncrementalDecoder(codecs.IncrementalDecoder):
         self._decoding: Decoding
         self._pending: bytes
         self._known: int  # the encoding that setstate() named
-        self.reset()
+        self._verdict: Detection | None = None
+        self._begin(b"", 0)
 
     @property
     def detection(self) -> Detection | None:
         """The verdict; None until it stands."""
-        return self._decoding.detection
+        self._verdict = self._verdict or self._decoding.detection
+        return self._verdict
 
     def decode(self, input: Buffer, final: bool = False) -> str:
         if self._pending:
             input, self._pending = self._pending + bytes(input), b""
-        return self._decoding.feed(input, final).decode("utf-8", "surrogatepass")
+        text = self._decoding.feed(input, final).decode("utf-8", "surrogatepass")
+        if final and self.detection:
+            self._begin(b"", self.detection.code_type)
+        return text
 
     def reset(self) -> None:
-        self.setstate((b"", 0))
+        """Gets ready for another text."""
+        self._verdict = None
+        self._begin(b"", 0)
 
     def getstate(self) -> tuple[bytes, int]:
         """The bytes that no text was given for yet, and the code type of the encoding once it is known.
 
-        A text that is taken up again before it was judged is judged by what follows.
+        Another decoder that takes the text up before it was judged judges it by what follows.
         """
-        detection = self._decoding.detection
-        return bytes(self._decoding.rest) + self._pending, detection.code_type if detection else self._known
+        known = self._decoding.detection
+        return bytes(self._decoding.rest) + self._pending, known.code_type if known else self._known
 
     def setstate(self, state: tuple[bytes, int]) -> None:
-        self._pending, self._known = state
+        # The text stays the same one, so what it was found to be holds from its start on.
+        self._verdict = self.detection
+        self._begin(*state)
+
+    def _begin(self, pending: bytes, known: int) -> None:
+        self._pending, self._known = pending, known
         # A byte order mark is only looked for where the text begins.
-        encoding, flags = (self._known, 0) if self._known else (self._encoding, lib.STRIP_MARK)
+        flags = 0 if self._known else lib.STRIP_MARK
+        encoding = self._known or (self._verdict.code_type if self._verdict else self._encoding)
         self._decoding = Decoding(encoding, *self._settings, flags=flags)
 
 
@@ -263,7 +262,7 @@ class IncrementalDecoder(codecs.IncrementalDecoder):
 
 def _codec_decode(input: Buffer, errors: str = "strict") -> tuple[str, int]:
     with memoryview(input) as view:
-        return decode_at(input, None, errors, None, 0, False, None, 3), view.nbytes
+        return decode(input, errors=errors), view.nbytes
 
 
 def _codec_encode(input: str, errors: str = "strict") -> tuple[bytes, int]:

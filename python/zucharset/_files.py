@@ -5,7 +5,7 @@ from __future__ import annotations
 import builtins
 import io
 import os
-from typing import TYPE_CHECKING, Any, BinaryIO, Callable, Optional, Union, cast
+from typing import TYPE_CHECKING, Any, BinaryIO, Callable, Optional, Union, cast, overload
 
 from ._decoding import Decoding
 from ._errors import Error, UnknownEncodingError
@@ -123,9 +123,10 @@ class _Utf8Reader(io.RawIOBase):
 class TextFile(io.TextIOWrapper):
     """A text file whose encoding was found out. What its buffer gives is UTF-8."""
 
-    def __init__(self, reader: _Utf8Reader, newline: str | None) -> None:
+    def __init__(self, reader: _Utf8Reader, mode: str, newline: str | None) -> None:
         self._reader = reader
         super().__init__(io.BufferedReader(reader), "utf-8", "surrogatepass", newline)
+        setattr(self, "mode", mode)  # where the built-in open() keeps it, too
 
     @property
     def detection(self) -> Detection:
@@ -137,6 +138,52 @@ class TextFile(io.TextIOWrapper):
         if encoding is not None or errors is not None:
             raise io.UnsupportedOperation("encoding and errors are set by zucharset.open()")
         super().reconfigure(**others)
+
+
+@overload
+def open(
+    file: Path,
+    mode: str = "r",
+    buffering: int = -1,
+    encoding: None = None,
+    errors: str | None = None,
+    newline: str | None = None,
+    closefd: bool = True,
+    opener: Callable[[str, int], int] | None = None,
+    *,
+    prefer: Prefer = None,
+    sample: int = 0,
+) -> TextFile:
+    ...
+
+
+@overload
+def open(
+    file: Path,
+    mode: str,
+    buffering: int,
+    encoding: str,
+    errors: str | None = None,
+    newline: str | None = None,
+    closefd: bool = True,
+    opener: Callable[[str, int], int] | None = None,
+) -> io.TextIOWrapper:
+    ...
+
+
+@overload
+def open(
+    file: Path,
+    mode: str = "r",
+    buffering: int = -1,
+    *,
+    encoding: str,
+    errors: str | None = None,
+    newline: str | None = None,
+    closefd: bool = True,
+    opener: Callable[[str, int], int] | None = None,
+) -> io.TextIOWrapper:
+    ...
 
 
 def open(
@@ -169,7 +216,7 @@ def open(
         raise ValueError(f"illegal newline value: {newline!r}")
     binary = builtins.open(file, "rb", max(buffering, -1), closefd=closefd, opener=opener)
     try:
-        return TextFile(_Utf8Reader(binary, encoding, errors or "strict", prefer, sample), newline)
+        return TextFile(_Utf8Reader(binary, encoding, errors or "strict", prefer, sample), mode, newline)
     except BaseException:
         binary.close()
         raise

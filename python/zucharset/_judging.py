@@ -5,6 +5,7 @@ from __future__ import annotations
 import ctypes
 import enum
 import functools
+import sys
 import warnings
 from dataclasses import dataclass
 from typing import TYPE_CHECKING, Any, Iterable, Union
@@ -342,12 +343,15 @@ def detect(data: Buffer, *, prefer: Prefer = None, sample: int = 0, plain: bool 
     return detection_from(verdict)
 
 
-def warn_if_unsure(detection: Detection, file: FileName | None, level: int) -> None:
-    """Warns of a text that is read as something it may not be. level counts the callers up to the user's code."""
+def warn_if_unsure(detection: Detection, file: FileName | None = None) -> None:
+    """Warns the caller of this package of a text that is read as something it may not be."""
     if detection.sure or detection.kind is not Kind.TEXT:
         return
+    level, frame = 1, sys._getframe()
+    while frame.f_back and frame.f_globals.get("__package__") == __package__:
+        level, frame = level + 1, frame.f_back
     where = "" if file is None else f"{file!r}: "
     others = [reading.encoding for reading in detection.readings[1:2]]
     rival = f", but {others[0]} fits nearly as well" if others else ", which may be wrong"
     remedy = f"; encoding={others[0].lower()!r} reads it so" if others else ""
-    warnings.warn(f"{where}read as {detection.encoding}{rival}{remedy}", UnsureWarning, stacklevel=level + 1)
+    warnings.warn(f"{where}read as {detection.encoding}{rival}{remedy}", UnsureWarning, stacklevel=level)
