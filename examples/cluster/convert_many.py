@@ -30,7 +30,7 @@ from collections import Counter
 from collections.abc import Callable, Iterable, Iterator
 from dataclasses import asdict, dataclass
 from pathlib import Path, PurePosixPath
-from typing import IO, Any, NamedTuple, Optional
+from typing import IO, Any, Optional
 
 from distributed import Client, Future, LocalCluster, as_completed
 
@@ -57,7 +57,8 @@ class Settings:
         return Path(self.output, "staging")
 
 
-class Batch(NamedTuple):
+@dataclass(frozen=True)
+class Batch:
     """Files, or a range of the members of one archive. The same list and settings give the same batches."""
 
     number: int
@@ -66,11 +67,20 @@ class Batch(NamedTuple):
     last: Optional[int] = None  # None: up to the end of the archive
 
 
-class Tally(NamedTuple):
+@dataclass(frozen=True)
+class Tally:
     files: int
     bytes: int
     failed: int
     lossy: int
+
+    def __add__(self, other: Tally) -> Tally:
+        return Tally(
+            self.files + other.files,
+            self.bytes + other.bytes,
+            self.failed + other.failed,
+            self.lossy + other.lossy,
+        )
 
 
 # ---- From the list to batches ----
@@ -114,7 +124,8 @@ def zip_size(path: str) -> int:
 # ---- On a worker ----
 
 
-class Item(NamedTuple):
+@dataclass(frozen=True)
+class Item:
     path: str
     member: str
     place: Optional[str]  # where the text goes, relative to files/; None when the name leads nowhere safe
@@ -285,7 +296,7 @@ class Run:
         for future in finished:
             try:
                 result: Tally = future.result()
-                self.tally = Tally(*(sum(pair) for pair in zip(self.tally, result)))
+                self.tally += result
                 self.done += 1
             except Exception as error:  # a full disk, a batch that kills its workers: the others go on
                 self.problems.append(f"{future.key}: {error!r}")
