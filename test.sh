@@ -41,6 +41,7 @@ suite arm         "32-bit ARM, emulated"                                  "prese
 suite arm-neon    "32-bit ARM with NEON, emulated"                        "preset arm-neon"    "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm64       "64-bit ARM, emulated"                                  "preset arm64"       "${both[@]}" "${ARM64_PACKAGES[@]}"
 suite players     "the recipes of docs/players.md, with real players"       players              "${BUILD_PACKAGES[@]}" "${PLAYER_PACKAGES[@]}"
+suite python      "the Python package, its wheels and the cluster example"  python/test.sh      "${BUILD_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"

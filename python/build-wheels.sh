@@ -12,16 +12,14 @@ architectures=("$@")
 need_packages "${BUILD_PACKAGES[@]}" binutils python3-build python3-venv python3-setuptools python3-wheel
 root=$(realpath -m "${BUILD_ROOT:-build}")/wheels
 
-build_libraries() { # ARCH BUILD PREFIX CMAKE-ARGUMENT...: into $root/ARCH/libraries/BUILD
-    local folder=$root/$1/$2 libraries=$root/$1/libraries/$2 prefix=$3
-    cmake -G Ninja -B "$folder" -DCMAKE_BUILD_TYPE=Release -DZUCHARSET_CLI=OFF -DZUCHARSET_TESTS=OFF \
-        -DZUCHARSET_EXAMPLES=OFF \
-        -DCMAKE_BUILD_WITH_INSTALL_RPATH=ON "-DCMAKE_INSTALL_RPATH=\$ORIGIN" "${@:4}" >/dev/null
+build_libraries() { # ARCH BUILD PRESET PREFIX: into $root/ARCH/libraries/BUILD
+    local folder=$root/$1/$2 libraries=$root/$1/libraries/$2 library
+    cmake --preset "$3" -B "$folder" -DZUCHARSET_CLI=OFF -DZUCHARSET_TESTS=OFF -DZUCHARSET_EXAMPLES=OFF \
+        -DZUCHARSET_HWCAPS= -DCMAKE_BUILD_WITH_INSTALL_RPATH=ON "-DCMAKE_INSTALL_RPATH=\$ORIGIN" >/dev/null
     cmake --build "$folder" -- --quiet
     mkdir -p "$libraries"
-    local library
     for library in libvemora_utils libzucharset libzutext; do
-        "${prefix}strip" --strip-unneeded -o "$libraries/$library.so" "$folder/$library.so"
+        "$4strip" --strip-unneeded -o "$libraries/$library.so" "$folder/$library.so"
     done
 }
 
@@ -30,14 +28,12 @@ for architecture in "${architectures[@]}"; do
     case $architecture in
         x86_64)
             need_packages g++
-            build_libraries x86_64 base ""
-            build_libraries x86_64 x86-64-v3 "" -DCMAKE_C_FLAGS=-march=x86-64-v3 -DCMAKE_CXX_FLAGS=-march=x86-64-v3
+            build_libraries x86_64 base release ""
+            build_libraries x86_64 x86-64-v3 x86-64-v3 ""
             ;;
         aarch64)
             need_packages g++-aarch64-linux-gnu
-            build_libraries aarch64 base aarch64-linux-gnu- -DCMAKE_SYSTEM_NAME=Linux \
-                -DCMAKE_SYSTEM_PROCESSOR=aarch64 -DCMAKE_C_COMPILER=aarch64-linux-gnu-gcc \
-                -DCMAKE_CXX_COMPILER=aarch64-linux-gnu-g++
+            build_libraries aarch64 base arm64 aarch64-linux-gnu-
             ;;
         *) echo "error: unknown architecture '$architecture'; there are x86_64 and aarch64" >&2; exit 2 ;;
     esac

@@ -33,3 +33,7 @@ CLANG_PACKAGES=(clang libclang-rt-14-dev)
 # Players, and a font for all of the samples' scripts.
 PLAYER_PACKAGES=(python3 mpv ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
     vlc-bin vlc-plugin-base fonts-dejavu-core fonts-wqy-microhei)
+# What the Python package is built, checked and tested with; the other architecture's wheel among it.
+PYTHON_PACKAGES=(binutils g++-aarch64-linux-gnu qemu-user mypy parallel python3-build python3-chardet
+    python3-charset-normalizer python3-distributed python3-flake8 python3-pytest python3-setuptools python3-venv
+    python3-wheel)

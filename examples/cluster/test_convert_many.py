@@ -10,7 +10,6 @@ import io
 import os
 import random
 import re
-import shutil
 import signal
 import subprocess
 import sys
@@ -28,7 +27,8 @@ PROGRAM = Path(__file__).with_name("convert_many.py")
 COUNT = int(os.environ.get("ZUCHARSET_CLUSTER_FILES", "3000"))
 LANGUAGES = [
     ("russian", "cp1251"), ("greek", "iso8859-7"), ("korean", "cp949"), ("polish", "cp1250"), ("thai", "cp874"),
-    ("chinese_simplified", "gbk"), ("french", "cp1252"), ("hebrew", "utf-8"), ("turkish", "utf-16"), ("russian", "koi8-r"),
+    ("chinese_simplified", "gbk"), ("french", "cp1252"), ("hebrew", "utf-8"), ("turkish", "utf-16"),
+    ("russian", "koi8-r"),
 ]
 
 
@@ -40,7 +40,7 @@ def texts(count: int) -> Iterator[tuple[str, str, str]]:
         source, codec = sources[index % len(sources)]
         length = choose.randrange(1000, 1600)
         start = choose.randrange(max(1, len(source) - length))
-        yield f"{index % 97}/text{index}.srt", f"{index}\r\n{source[start:start + length]}", codec
+        yield f"{index % 17}/text{index}.srt", f"{index}\r\n{source[start:start + length]}", codec
 
 
 class Corpus:
@@ -70,7 +70,8 @@ class Corpus:
                 self.add(plain, "../outside.srt", b"text")
             zip_file.writestr("program", Path("/bin/ls").read_bytes()[:50000])
         (folder / "broken.zip").write_bytes(b"PK\3\4 and nothing more")
-        for path, member in [("c.tar", "../outside.srt"), ("a.zip", "program"), ("broken.zip", ""), ("missing.srt", "")]:
+        refused = [("c.tar", "../outside.srt"), ("a.zip", "program"), ("broken.zip", ""), ("missing.srt", "")]
+        for path, member in refused:
             self.expected[str(folder / path), member] = None
         archives = [str(folder / name) for name in ("a.zip", "b.tar.gz", "broken.zip", "c.tar", "missing.srt")]
         self.list.write_text("\n".join(names[: len(names) // 2] + archives + names[len(names) // 2:]) + "\n")
@@ -157,8 +158,8 @@ def test_the_recipe_for_gnu_parallel(corpus: Corpus, tmp_path: Path) -> None:
     document = Path(__file__).with_name("README.md").read_text("utf-8")
     (recipe,) = re.findall(r"```sh\n(find .*?)```", document, re.DOTALL)
     files = corpus.list.parent / "files"
-    script = recipe.replace("zucharset convert", f"{sys.executable} -m zucharset convert").replace("~/archive", str(files))
-    shutil.rmtree(tmp_path / "converted", ignore_errors=True)
+    command = f"{sys.executable} -m zucharset convert"
+    script = recipe.replace("zucharset convert", command).replace("~/archive", str(files))
     subprocess.run(["bash", "-c", script], cwd=tmp_path, check=False, capture_output=True)
     for (path, member), utf8 in corpus.expected.items():
         if not member and path.startswith(str(files)):
