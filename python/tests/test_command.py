@@ -51,7 +51,7 @@ def test_detect(folder: Path) -> None:
 
 def test_convert_to_standard_output(folder: Path) -> None:
     data = RUSSIAN.encode("cp1251")
-    for arguments, given, expected in [
+    cases: list[tuple[list[str], bytes, tuple[int, bytes]]] = [
         (["a.srt"], b"", (0, RUSSIAN.encode())),
         ([], data, (0, RUSSIAN.encode())),
         (["-f", "cp1252"], data, (0, data.decode("cp1252").encode())),
@@ -63,7 +63,8 @@ def test_convert_to_standard_output(folder: Path) -> None:
         (["a.srt", "--from", "nonsense"], b"", (2, b"")),
         (["a.srt", "e.srt"], b"", (2, b"")),
         (["e.srt", "--to-utf8-bom"], b"", (0, "\ufeffschon UTF-8: ü".encode())),
-    ]:
+    ]
+    for arguments, given, expected in cases:
         code, out, err = run("convert", *arguments, data=given, cwd=folder)
         assert (code, out) == expected, (arguments, err)
     assert "offset 5 (81)" in run("convert", "c.srt", "--from", "cp1252", cwd=folder)[2]
@@ -103,8 +104,9 @@ def test_full_disk_and_closed_pipe(folder: Path) -> None:
 
 def test_version_names_the_build() -> None:
     code, out, _ = run("--version")
-    version = next(line for line in (ROOT / "CMakeLists.txt").read_text().splitlines() if "VERSION" in line and "proj" in line)
-    assert code == 0 and out.split()[1].decode().rstrip(",") in version
+    lines = (ROOT / "CMakeLists.txt").read_text().splitlines()
+    (project,) = (line for line in lines if line.startswith("project(zucharset VERSION"))
+    assert code == 0 and f"VERSION {out.split()[1].decode().rstrip(',')} " in project
 
 
 def test_the_documents_python_runs() -> None:
