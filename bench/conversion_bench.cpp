@@ -1,6 +1,8 @@
 // Conversion to UTF-8 by this library and by others, on the same bytes in the same process.
 // Names: conversion/ENCODING/MIX/BYTES/warm|cold/WHO. Warm: the converter is held. Cold: made and released every time.
+// fixed/trace lines: what the two lines that every call logs take without any work of the library's own.
 #include "texts.h"
+#include "vemora_utils.h"
 
 #include <benchmark/benchmark.h>
 #include <gnu/libc-version.h>
@@ -9,15 +11,18 @@
 #include <unicode/ucnv.h>
 #endif
 
+#include <cstdio>
+#include <ctime>
 #include <map>
+#include <sys/time.h>
 
 using namespace bench;
 
 namespace {
 
-constexpr size_t SIZES[] = {1024, 65536, 4194304};
+constexpr size_t SIZES[] = {128, 1024, 65536, 4194304};
 constexpr size_t GROWTH = 3; // UTF-8 is at most three times as long
-char s_output[GROWTH * SIZES[2] + 1];
+char s_output[GROWTH * SIZES[3] + 1];
 
 class Ours {
   public:
@@ -145,6 +150,22 @@ template <class Converter> void add(const Encoding &from, Mix mix, size_t size, 
     });
 }
 
+void traceLines(benchmark::State &state) {
+    for (auto _ : state) {
+        for (const char *text : {"[charset_public.cpp:330] CHARSET_CONVERTER_convstream\n",
+                                 "[charset_public.cpp:290] CHARSET_ConvStream: use converter description:"
+                                 "zucharset windows codepage converter\n"}) {
+            timeval time{};
+            gettimeofday(&time, nullptr);
+            tm local{};
+            localtime_r(&time.tv_sec, &local);
+            SVR_LOG_Write("Vemora-CharsetMGR", 6, "[%02d:%02d:%02d.%03ld]: %s", local.tm_hour, local.tm_min,
+                          local.tm_sec, static_cast<long>(time.tv_usec / 1000), text);
+            std::fflush(stdout);
+        }
+    }
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -166,6 +187,7 @@ int main(int argc, char **argv) {
             }
         }
     }
+    benchmark::RegisterBenchmark("fixed/trace lines", traceLines);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

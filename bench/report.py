@@ -1,4 +1,7 @@
-"""Turns the results in build/bench into report.md there; with --full also into docs/performance.md and its plots."""
+"""Turns the results in build/bench into report.md there; with --full also into docs/performance.md and its plots.
+
+With --instructions only the table of instructions in docs/performance.md is renewed, from bench/instructions.csv.
+"""
 import csv
 import json
 import math
@@ -17,10 +20,12 @@ DOCUMENT = TOP / "docs/performance.md"
 
 MIXES = {"ascii": "ASCII", "dense": "dense", "mixed": "mixed"}
 CONVERSION_SIZES = [1024, 65536, 4194304]
+TARGET_SIZES = [65536, 4194304]
+SMALL_SIZES = [128, 1024]
 DETECTION_SIZES = [16, 128, 1024, 8192, 65536, 1048576, 4194304]
 CONVERSION_TARGETS = {  # relative to iconv: ASCII, dense, mixed
-    "GBK": (40, 2.5, 3.0), "Big5": (45, 2.5, 3.5), "CP949": (36, 3.0, 3.5), "CP1251": (45, 3.5, 4.0),
-    "ISO-8859-1": (28, 6, 8), "UTF-16LE": (25, 6, 6), "UTF-8": (50, 12, 12)}
+    "GBK": (57, 4.5, 5.5), "Big5": (75, 4, 6), "CP949": (53, 4.5, 6.5), "CP1251": (78, 9, 13),
+    "ISO-8859-1": (50, 12, 14), "UTF-16LE": (32, 12, 11), "UTF-8": (58, 30, 25)}
 DETECTION_RIVALS = ["uchardet", "enca"]
 AHEAD_FROM_8K_EXEMPT = {"ASCII subtitles", "UTF-8 subtitles"}
 OUTSIDE_TARGETS = {"UTF-16LE with mark"}  # the mark alone answers there
@@ -57,9 +62,9 @@ def table(header, rows):
 
 
 class Conversion:
-    def __init__(self):
-        self.context, self.runs = load("conversion")
-        self.encodings = list(dict.fromkeys(name.split("/")[1] for name in self.runs))
+    def __init__(self, part="conversion"):
+        self.context, self.runs = load(part)
+        self.encodings = list(dict.fromkeys(name.split("/")[1] for name in self.runs if name.startswith("conversion/")))
 
     def speed(self, encoding, mix, size, state, who):
         run = self.runs.get(f"conversion/{encoding}/{mix}/{size}/{state}/{who}")
@@ -69,18 +74,39 @@ class Conversion:
         return geometric_mean([self.speed(encoding, mix, size, state, who) /
                                self.speed(encoding, mix, size, state, "iconv") for size in sizes])
 
-    def target_table(self):
-        header = ["Encoding"] + [f"{title}, {what}" for title in MIXES.values() for what in ("target", "measured")]
+    def target_table(self, v3):
+        """The targets hold for the faster build, where there is one."""
+        builds = [("base", self)] + ([("v3", v3)] if v3 else [])
+        header = ["Encoding"] + [f"{title}, {what}" for title in MIXES.values()
+                                 for what in ["target"] + [name for name, _ in builds]]
         rows = []
         for encoding, targets in CONVERSION_TARGETS.items():
             row = [encoding]
             for mix, target in zip(MIXES, targets):
-                row += [f"{target:g}", times(self.ratio(encoding, mix, "warm"), target)]
+                ratios = [build.ratio(encoding, mix, "warm", sizes=TARGET_SIZES) for _, build in builds]
+                row += [f"{target:g}"] + [times(ratio) for ratio in ratios[:-1]] + [times(ratios[-1], target)]
             rows.append(row)
         return table(header, rows)
 
-    def size_table(self):
-        return table(["Held converter"] + [f"{title} {size_name(size)}" for title in MIXES.values() for size in CONVERSION_SIZES],
+    def small_table(self, v3):
+        """Microseconds of a call for a text of the size of one cue."""
+        floor = self.runs["fixed/trace lines"]["cpu_time"] / 1000
+        builds = [("base", self)] + ([("v3", v3)] if v3 else [])
+        header = ["Microseconds a call"] + [f"{mix} {size_name(size)}, {who}" for size in SMALL_SIZES
+                                            for mix in ("ASCII", "mixed") for who in [name for name, _ in builds] + ["iconv"]]
+        rows = []
+        for encoding in self.encodings:
+            row = [encoding]
+            for size in SMALL_SIZES:
+                for mix in ("ascii", "mixed"):
+                    for build, who in [(build, "zucharset") for _, build in builds] + [(self, "iconv")]:
+                        speed = build.speed(encoding, mix, size, "warm", who)
+                        row.append("-" if math.isnan(speed) else f"{size / speed * 1e6:.2f}")
+            rows.append(row)
+        return table(header, rows) + f"\nThe floor, what the two trace lines take: {floor:.2f} microseconds.\n"
+
+    def size_table(self, title="Held converter"):
+        return table([title] + [f"{mix} {size_name(size)}" for mix in MIXES.values() for size in CONVERSION_SIZES],
                      [[encoding] + [times(self.ratio(encoding, mix, "warm", sizes=[size])) for mix in MIXES
                                     for size in CONVERSION_SIZES] for encoding in self.encodings])
 
@@ -113,8 +139,8 @@ class Conversion:
 
 
 class Detection:
-    def __init__(self):
-        self.context, self.runs = load("detection")
+    def __init__(self, part="detection"):
+        self.context, self.runs = load(part)
         names = [name.split("/") for name in self.runs if name.startswith("detection/")]
         self.texts = list(dict.fromkeys(name[1] for name in names))
         self.sizes = [size for size in DETECTION_SIZES if any(int(name[2]) == size for name in names)]
@@ -150,10 +176,13 @@ class Detection:
         rows.append(["the same, worst text", "3", f"{worst:.2f}" + ("" if worst <= 3 else " (missed)")])
         return table(["Criterion", "target", "measured"], rows)
 
-    def size_tables(self):
+    def time_table(self, title):
+        return table([title] + [size_name(size) for size in self.sizes],
+                     [[text] + [f"{self.time(text, size):.1f}" for size in self.sizes] for text in self.texts])
+
+    def size_tables(self, v3):
         sizes = [size_name(size) for size in self.sizes]
-        tables = [table(["Microseconds"] + sizes, [[text] + [f"{self.time(text, size):.1f}" for size in self.sizes]
-                                                   for text in self.texts])]
+        tables = [self.time_table("Microseconds, base")] + ([v3.time_table("Microseconds, v3")] if v3 else [])
         for who in DETECTION_RIVALS + ["ICU"]:
             tables.append(table([f"Times as fast as {who}"] + sizes,
                                 [[text] + [times(self.ratio(text, size, who)) for size in self.sizes]
@@ -196,14 +225,12 @@ def save(figure, path):
 
 
 def instruction_table():
-    counts = {}
-    with open(RESULTS / "instructions.csv", newline="") as file:
-        for machine, operation, name, mix, count in csv.reader(file):
-            text = name if operation == "detect" else f"{name} {mix}"
-            counts.setdefault((operation, text), {})[machine] = float(count)
-    return table(["Instructions per byte", "x86-64", "32-bit ARM"],
-                 [[f"{operation} {text}", f"{of['x86-64']:.2f}", f"{of['arm']:.2f}"]
-                  for (operation, text), of in counts.items()])
+    with open(TOP / "bench/instructions.csv", newline="") as file:
+        lines = list(csv.DictReader(file))
+    presets = [column for column in lines[0] if column not in ("operation", "text", "mix")]
+    return table(["Instructions per byte"] + presets,
+                 [[" ".join([line["operation"], line["text"]] + ([line["mix"]] if line["operation"] == "convert" else []))]
+                  + [line[preset] or "-" for preset in presets] for line in lines])
 
 
 def machine(conversion, detection, mode):
@@ -217,16 +244,35 @@ def machine(conversion, detection, mode):
             f" `{command}`.\n")
 
 
+def write_sections(sections):
+    document = DOCUMENT.read_text()
+    for name, text in sections.items():
+        document, found = re.subn(rf"(<!-- bench:{name} -->\n).*?(<!-- /bench -->)",
+                                  lambda place: place[1] + text + place[2], document, flags=re.DOTALL)
+        if found != 1:
+            sys.exit(f"error: {DOCUMENT.name} needs one place marked bench:{name}, has {found}")
+    DOCUMENT.write_text(document)
+
+
 def main():
     mode = sys.argv[1] if len(sys.argv) > 1 else "--full"
+    if mode == "--instructions":  # the committed table alone
+        write_sections({"instructions": instruction_table()})
+        return
     matplotlib.rcParams.update({"svg.hashsalt": "zucharset", "svg.fonttype": "none", "font.family": "sans-serif"})
     conversion, detection = Conversion(), Detection()
+    conversion_v3 = Conversion("conversion-v3") if (RESULTS / "conversion-v3.json").exists() else None
+    detection_v3 = Detection("detection-v3") if (RESULTS / "detection-v3.json").exists() else None
+    sizes = conversion.size_table("Held converter, base")
+    if conversion_v3:
+        sizes += "\n" + conversion_v3.size_table("Held converter, v3")
     sections = {
         "machine": machine(conversion, detection, mode),
-        "conversion-targets": conversion.target_table(),
-        "conversion": conversion.size_table() + "\n" + conversion.other_table(),
+        "conversion-targets": conversion.target_table(conversion_v3),
+        "conversion-small": conversion.small_table(conversion_v3),
+        "conversion": sizes + "\n" + conversion.other_table(),
         "detection-targets": detection.target_table(),
-        "detection": detection.size_tables() + "\n" + detection.answer_table(),
+        "detection": detection.size_tables(detection_v3) + "\n" + detection.answer_table(),
         "instructions": instruction_table(),
     }
     (RESULTS / "report.md").write_text("\n".join(f"## {name}\n\n{text}" for name, text in sections.items()))
@@ -234,13 +280,7 @@ def main():
     conversion.plot(plots / "performance-conversion.svg")
     detection.plot(plots / "performance-detection.svg")
     if mode == "--full":
-        document = DOCUMENT.read_text()
-        for name, text in sections.items():
-            document, found = re.subn(rf"(<!-- bench:{name} -->\n).*?(<!-- /bench -->)",
-                                      lambda place: place[1] + text + place[2], document, flags=re.DOTALL)
-            if found != 1:
-                sys.exit(f"error: {DOCUMENT.name} needs one place marked bench:{name}, has {found}")
-        DOCUMENT.write_text(document)
+        write_sections(sections)
 
 
 main()

@@ -7,11 +7,16 @@
 #include <cstring>
 #include <utility>
 
-#if defined(__SSSE3__)
+// The families of processors that this file knows.
+#if defined(ZUCHARSET_WITHOUT_VECTORS)
+#elif defined(__SSSE3__)
+#define ZU_SSSE3
 #include <immintrin.h>
 #elif defined(__ARM_NEON)
+#define ZU_NEON
 #include <arm_neon.h>
 #elif defined(__wasm_simd128__)
+#define ZU_WASM
 #include <wasm_simd128.h>
 #endif
 
@@ -41,7 +46,7 @@ typedef uint8_t VECTOR_U8_QUARTER __attribute__((vector_size(4)));
 typedef int8_t VECTOR_MASK __attribute__((vector_size(16))); // of a comparison of bytes: -1 where it holds
 
 // As wide as the target's registers.
-#if defined(__AVX2__)
+#if defined(ZU_SSSE3) && defined(__AVX2__)
 typedef uint16_t WIDE_U16 __attribute__((vector_size(32)));
 typedef uint8_t WIDE_U8 __attribute__((vector_size(32)));
 typedef int8_t WIDE_MASK __attribute__((vector_size(32)));
@@ -78,7 +83,7 @@ constexpr bool LOADS_BEAT_SHUFFLES = false;
 #endif
 
 // Whether single lanes are quickly taken out of vectors and put in.
-#if defined(__SSSE3__) || defined(__aarch64__)
+#if defined(ZU_SSSE3) || (defined(ZU_NEON) && defined(__aarch64__))
 constexpr bool HAS_QUICK_LANES = true;
 #else
 constexpr bool HAS_QUICK_LANES = false;
@@ -98,7 +103,7 @@ struct TWO_BYTES_S {
 };
 
 ZU_HOT bool isZeroWide([[maybe_unused]] WIDE_U8 vAny) {
-#if defined(__AVX2__)
+#if defined(ZU_SSSE3) && defined(__AVX2__)
     return _mm256_testz_si256(std::bit_cast<__m256i>(vAny), std::bit_cast<__m256i>(vAny)) != 0;
 #else
     const auto vWords = std::bit_cast<VECTOR_U64>(vAny);
@@ -122,7 +127,7 @@ template <class Vector> ZU_HOT bool isZero(Vector vAny) {
 //   bitsOf()    a bit for each byte of a mask, that of the first byte lowest
 //   lookedUp()  what stands in the table for each byte; zeros for bytes below 80
 
-#if defined(__SSSE3__)
+#if defined(ZU_SSSE3)
 
 constexpr bool HAS_SHUFFLE = true;
 
@@ -134,7 +139,7 @@ ZU_HOT uint32_t bitsOf(VECTOR_U8 vMask) {
     return static_cast<uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(vMask)));
 }
 
-#if defined(__AVX2__)
+#if defined(ZU_SSSE3) && defined(__AVX2__)
 ZU_HOT uint32_t bitsOf(WIDE_U8 vMask) {
     return static_cast<uint32_t>(_mm256_movemask_epi8(std::bit_cast<__m256i>(vMask)));
 }
@@ -145,7 +150,7 @@ ZU_HOT void lookUpRow(TWO_BYTES_S &stFound, const ROWS_OF_TWO_S &stRows, int32_t
     const WIDE_U8 vPlaces = vText ^ static_cast<uint8_t>(0x80 + 16 * s32Row);
     const __m128i vFirst = _mm_load_si128(reinterpret_cast<const __m128i *>(stRows.au8First[s32Row]));
     const __m128i vSecond = _mm_load_si128(reinterpret_cast<const __m128i *>(stRows.au8Second[s32Row]));
-#if defined(__AVX2__)
+#if defined(ZU_SSSE3) && defined(__AVX2__)
     const __m256i vInRow = _mm256_adds_epu8(std::bit_cast<__m256i>(vPlaces), _mm256_set1_epi8(0x70));
     stFound.vFirst |= std::bit_cast<WIDE_U8>(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(vFirst), vInRow));
     stFound.vSecond |= std::bit_cast<WIDE_U8>(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(vSecond), vInRow));
@@ -156,7 +161,7 @@ ZU_HOT void lookUpRow(TWO_BYTES_S &stFound, const ROWS_OF_TWO_S &stRows, int32_t
 #endif
 }
 
-#elif defined(__ARM_NEON)
+#elif defined(ZU_NEON)
 
 constexpr bool HAS_SHUFFLE = true;
 
@@ -194,7 +199,7 @@ ZU_HOT TWO_BYTES_S lookedUp(const ROWS_OF_TWO_S &stRows, VECTOR_U8 vText) {
 }
 #endif
 
-#elif defined(__wasm_simd128__)
+#elif defined(ZU_WASM)
 
 constexpr bool HAS_SHUFFLE = true;
 
@@ -222,9 +227,9 @@ ZU_HOT uint32_t bitsOf(VECTOR_U8) { return 0; }
 #endif
 
 // 32-bit ARM is faster without: the rows fill all its vector registers.
-#if defined(__aarch64__)
+#if defined(ZU_NEON) && defined(__aarch64__)
 constexpr bool HAS_ROWS = true;
-#elif defined(__SSSE3__) || defined(__wasm_simd128__)
+#elif defined(ZU_SSSE3) || defined(ZU_WASM)
 constexpr bool HAS_ROWS = true;
 
 ZU_HOT TWO_BYTES_S lookedUp(const ROWS_OF_TWO_S &stRows, WIDE_U8 vText) {

@@ -45,7 +45,7 @@ static_assert(converterGetIndex(0xA4, 0x7F) == -1 && converterGetIndex(0xA4, 0xA
 
 struct Big5Decoder : TwoByteDecoder<Big5Decoder> {
     static constexpr PAIR_GRID_S GRID = BIG5_GRID;
-    static constexpr bool HIGH_BYTE_FIRST = true;
+    [[maybe_unused]] static constexpr bool HIGH_BYTE_FIRST = true;
     static constexpr bool LONG_RUNS = true;
 
     const uint8_t *pu8ToUnicode;

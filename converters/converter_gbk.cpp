@@ -34,7 +34,7 @@ constexpr bool isGbkTrail(uint8_t u8Byte) { return u8Byte >= 0x40 && u8Byte <= 0
 struct GbkDecoder : TwoByteDecoder<GbkDecoder> {
     // The column of 7F, which is no trail byte, holds code points below 800.
     static constexpr PAIR_GRID_S GRID = GBK_GRID;
-    static constexpr bool HIGH_BYTE_FIRST = false;
+    [[maybe_unused]] static constexpr bool HIGH_BYTE_FIRST = false;
     static constexpr bool LONG_RUNS = true;
 
     const uint16_t *pu16ToUnicode;

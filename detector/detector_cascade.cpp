@@ -162,15 +162,41 @@ ByteSet bytesOf(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
 
 // --- UTF-16 ---
 
+// As checkUtf16Units(), but that a quit request ends it, which is a refusal. By vectors where there are any.
+template <int32_t s32High> int32_t checkUnits(const HANDLE_CONTROL_S &stControl, TEXT_S stText) {
+    constexpr auto unitOf = [](uint8_t u8Low) { return static_cast<uint16_t>(s32High == 0 ? u8Low << 8 : u8Low); };
+    int32_t s32Ascii = 0;
+    int32_t s32Pos = 0;
+    while (HAS_VECTORS && stText.s32Length - s32Pos >= TEXT_BLOCK && !quitRequested(stControl)) {
+        VECTOR_U16 vAscii{};
+        VECTOR_U16 vSeparators{};
+        for (int32_t i = 0; i < TEXT_BLOCK; i += 16) {
+            const auto vUnits = loadAs<VECTOR_U16>(stText.pu8 + s32Pos + i);
+            vAscii -= std::bit_cast<VECTOR_U16>((vUnits & static_cast<uint16_t>(~unitOf(0x7F))) == 0);
+#pragma GCC unroll 8
+            for (const uint8_t u8Separator : UTF16_SEPARATORS)
+                vSeparators |= std::bit_cast<VECTOR_U16>(vUnits == unitOf(u8Separator));
+        }
+        if (!isZero(vSeparators))
+            return checkConfidentBelow(stText.s32Length, 1, 0);
+        const auto vSums = std::bit_cast<VECTOR_U64>(vAscii);
+        s32Ascii += static_cast<int32_t>((vSums[0] + vSums[1]) * 0x0001000100010001 >> 48);
+        s32Pos += TEXT_BLOCK;
+    }
+    return checkUtf16Units(stText.pu8, stText.s32Length, s32High, s32Pos, s32Ascii,
+                           [&stControl] { return quitRequested(stControl); });
+}
+
 // The answer of a UTF-16 test, but that a quit request ends it. Without a zero byte there is no ASCII unit, so that
 // only a byte order mark can make a text UTF-16; the test itself sees to that, and logs it.
 bool acceptsUtf16(const CASCADE_ROW_S &stRow, const HANDLE_CONTROL_S &stControl, TEXT_S stText, bool bZero) {
     const uint32_t u32Start = stText.s32Length >= 2 ? loadAs<uint16_t>(stText.pu8) : 0;
     if (u32Start == 0xFEFF || u32Start == 0xFFFE)
         return stRow.pfnTest(stText.pu8, stText.s32Length) == 0;
-    const int32_t s32High = stRow.s32CodeType == ZU_CHARSET_CODETYPE_UCS16BE ? 0 : 1;
-    return bZero && checkUtf16Units(stText.pu8, stText.s32Length, s32High,
-                                    [&stControl] { return quitRequested(stControl); }) == 0;
+    if (!bZero)
+        return false;
+    const bool bBigEndian = stRow.s32CodeType == ZU_CHARSET_CODETYPE_UCS16BE;
+    return (bBigEndian ? checkUnits<0>(stControl, stText) : checkUnits<1>(stControl, stText)) == 0;
 }
 
 bool holdsZero(const HANDLE_CONTROL_S &stControl, TEXT_S stText, int32_t s32Pos) {

@@ -24,11 +24,15 @@ void score(const ZU_CHARSETDETECTOR_Common_S &stDetector, TEXT_S stText, PRECISI
     };
     ps32Score[DETECTOR_ENCODING_UTF8] = _Detector_utf8_probability(stDetector, stText, stCensus);
     ps32Score[DETECTOR_ENCODING_ASCII] = _Detector_ascii_probability(stDetector, stText, stCensus);
-    ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText, stCensus);
-    _Detector_escapes_probability(stDetector, stText, stCensus, stScores);
     if (enPrecision == PRECISION_E::WINNER)
         raiseTarget();
     _Detector_pairs_probability(stDetector, stText, stTarget, stScores);
+    // The others name nothing: they matter only where they could keep a candidate from winning that does. UTF-16 and
+    // most single-byte text has none.
+    if (enPrecision == PRECISION_E::WINNER && guessEncoding(_Detector_winner(stScores)) == 0)
+        return;
+    ps32Score[DETECTOR_ENCODING_HZ] = _Detector_hz_probability(stDetector, stText, stCensus);
+    _Detector_escapes_probability(stDetector, stText, stCensus, stScores);
     if (enPrecision == PRECISION_E::WINNER)
         raiseTarget();
     ps32Score[DETECTOR_ENCODING_SJIS] = _Detector_sjis_probability(stDetector, stText, stTarget);

@@ -25,7 +25,7 @@ int32_t isUnicode(const uint8_t *pu8Input, int32_t s32InputLen, int32_t s32High,
         CHARSET_DBG_Printf(LOG_NOTICE, stSite.pszFile, stSite.s32Line, pszName, 0);
         return 0;
     }
-    return checkUtf16Units(pu8Input, s32InputLen, s32High, [] { return false; });
+    return checkUtf16Units(pu8Input, s32InputLen, s32High, 0, 0, [] { return false; });
 }
 
 // --- Single bytes ---

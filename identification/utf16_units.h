@@ -5,8 +5,14 @@
 
 namespace zucharset {
 
+inline constexpr uint8_t UTF16_SEPARATORS[] = {'\n', ' ', '\t', ',', '.'};
+
 constexpr int32_t IsUnicodeBECheckKnown(uint8_t u8Byte) {
-    return u8Byte == '\n' || u8Byte == ' ' || u8Byte == '\t' || u8Byte == ',' || u8Byte == '.' ? 0 : -1;
+    for (const uint8_t u8Separator : UTF16_SEPARATORS) {
+        if (u8Byte == u8Separator)
+            return 0;
+    }
+    return -1;
 }
 
 // Accepts when a separator was seen or when fewer than 90 of 100 bytes lie outside ASCII units. 64 bits, so that no
@@ -18,13 +24,13 @@ constexpr int32_t checkConfidentBelow(int32_t s32Total, int32_t s32Separators, i
     return s64Percentage > 89 ? -1 : 0;
 }
 
-// Either byte order; s32High is the place of the high byte in a code unit. stStop() is asked now and then whether to
-// give up, which is a refusal.
+// Either byte order; s32High is the place of the high byte in a code unit. Before s32Pos there are s32Ascii ASCII units
+// and no separator. stStop() is asked now and then whether to give up, which is a refusal.
 template <class Stop>
-int32_t checkUtf16Units(const uint8_t *pu8Input, int32_t s32InputLen, int32_t s32High, Stop stStop) {
+int32_t checkUtf16Units(const uint8_t *pu8Input, int32_t s32InputLen, int32_t s32High, int32_t s32Pos, int32_t s32Ascii,
+                        Stop stStop) {
     constexpr int32_t s32AskEvery = 64;
-    int32_t s32Ascii = 0;
-    for (int32_t s32Pos = 0; s32Pos < s32InputLen - 1; s32Pos += 2) {
+    for (; s32Pos < s32InputLen - 1; s32Pos += 2) {
         if (s32Pos % s32AskEvery == 0 && stStop())
             return -1;
         const uint8_t u8Low = pu8Input[s32Pos + 1 - s32High];

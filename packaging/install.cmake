@@ -48,6 +48,7 @@ if(TARGET zucharset_cli)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command)
     install(FILES completions/zucharset.zsh RENAME _zucharset
         DESTINATION ${ZUCHARSET_ZSH_COMPLETIONS_DIR} COMPONENT command)
+    install(FILES integrations/mpv/zucharset.lua DESTINATION ${CMAKE_INSTALL_DATADIR}/zucharset/mpv COMPONENT mpv)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)

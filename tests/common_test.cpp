@@ -1,8 +1,10 @@
 #include "support/conversion.h"
 #include "support/recording_utils.h"
+#include "utf8_kernel.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <random>
 #include <tuple>
 
 using namespace recording;
@@ -90,6 +92,118 @@ TEST(Utf8, EncodesEveryLength) {
         EXPECT_TRUE(2 * length == static_cast<int32_t>(strlen(hex)) && ZU_CHARSET_TestUnicode_Len(codePoint) == length);
     }
     EXPECT_TRUE(ZU_CHARSET_GetMinCodetype() == 1 && ZU_CHARSET_GetMaxCodetype() == 33);
+}
+
+// --- Vectors of code points and blocks of UTF-8 against the sequences one by one ---
+
+using namespace zucharset;
+
+string sequences(const std::vector<uint16_t> &units) {
+    string text;
+    for (const uint16_t unit : units) {
+        uint8_t bytes[6];
+        text.append(reinterpret_cast<const char *>(bytes), ZU_CHARSET_UNICODEToUTF8code(unit, bytes));
+    }
+    return text;
+}
+
+// What a way of writing gives for a vector of code points; nothing behind the margin is touched.
+template <class Vector, class Store> string stored(const std::vector<uint16_t> &units, Store store) {
+    uint8_t output[3 * 16 + KERNEL_MARGIN + 1];
+    std::memset(output, 0xFF, sizeof output);
+    Vector vector;
+    std::memcpy(&vector, units.data(), sizeof vector);
+    const uint8_t *const end = store(output, vector);
+    const auto most = 3 * static_cast<int32_t>(units.size()) + KERNEL_MARGIN;
+    EXPECT_TRUE(std::all_of(output + most, std::end(output), [](uint8_t byte) { return byte == 0xFF; }));
+    return {reinterpret_cast<const char *>(output), static_cast<size_t>(end - output)};
+}
+
+template <class Vector> void compareUnits(const std::vector<uint16_t> &units) {
+    const string expected = sequences(units);
+    ASSERT_EQ(stored<Vector>(units, [](uint8_t *output, Vector v) { return storeSequences(output, v); }), expected);
+    if constexpr (sizeof(Vector) == sizeof(VECTOR_U16)) {
+        ASSERT_EQ(stored<Vector>(units, [](uint8_t *output, Vector v) { return storePlain(output, v); }), expected);
+        const auto storeThrees = [](uint8_t *output, Vector v) {
+            storeThreeByteSequences(output, v);
+            return output + 24;
+        };
+        if (HAS_SHUFFLE && expected.size() == 24) {
+            ASSERT_EQ(stored<Vector>(units, storeThrees), expected);
+        }
+    }
+}
+
+TEST(Kernel, EveryMixOfWidths) {
+    const uint16_t edges[][4] = {{0, 1, '@', 0x7F}, {0x80, 0xBF, 0x400, 0x7FF}, {0x800, 0xFFFF, 0xD800, 0x4E2D}};
+    std::mt19937 random{11};
+    for (int mix = 0; mix < 3 * 6561; ++mix) { // each way to give eight code points one of three widths
+        std::vector<uint16_t> units;
+        for (int i = 0, rest = mix; i < 16; ++i, rest = i == 8 ? mix : rest / 3)
+            units.push_back(edges[rest % 3][random() % 4]);
+        ASSERT_NO_FATAL_FAILURE(compareUnits<WIDE_U16>({units.begin(), units.begin() + WIDE_BYTES / 2}));
+        units.resize(8);
+        ASSERT_NO_FATAL_FAILURE(compareUnits<VECTOR_U16>(units));
+    }
+    for (int unit = 0; unit < 0x10000; unit += 8) {
+        std::vector<uint16_t> units;
+        for (int i = 0; i < 8; ++i)
+            units.push_back(static_cast<uint16_t>(unit + i));
+        ASSERT_NO_FATAL_FAILURE(compareUnits<VECTOR_U16>(units));
+    }
+}
+
+// A block that begins a character, and one that goes on with the text before it.
+TEST(Kernel, FormOfBlocks) {
+    if (!HAS_VECTORS)
+        GTEST_SKIP() << "Without vectors there are no fast ways to compare";
+    constexpr size_t LEAD = 8;
+    std::mt19937 random{12};
+    int seen[3] = {};
+    for (int i = 0; i < 60000; ++i) {
+        string text = sequences(std::vector<uint16_t>(LEAD, '.'));
+        while (text.size() < LEAD + TEXT_BLOCK + 6) {
+            const auto kind = random() % 8;
+            uint8_t bytes[6] = {};
+            const uint32_t narrow = i % 2 == 0 ? 0x80 : 0x800;
+            const uint32_t limit = i % 8 == 0 || kind < 4 ? narrow : kind < 7 ? 0x10000 : 0x110000;
+            const auto unicode = static_cast<uint32_t>(random() % limit);
+            text.append(reinterpret_cast<const char *>(bytes), ZU_CHARSET_UNICODEToUTF8code(unicode, bytes));
+        }
+        if (i % 3 == 0) // any byte somewhere, a lead of five bytes now and then
+            text[LEAD + random() % TEXT_BLOCK] = static_cast<char>(i % 9 == 0 ? 0xF8 : random());
+        const size_t start = LEAD + random() % 4;
+        for (const bool goesOn : {false, true}) {
+            const size_t first = goesOn ? 0 : start, end = start + TEXT_BLOCK;
+            size_t position = first;
+            bool wellFormed = true, plain = true;
+            while (position < end && wellFormed) {
+                const auto lead = static_cast<uint8_t>(text[position]);
+                const auto length = static_cast<size_t>(utf8SequenceLength(lead));
+                wellFormed = length > 0 && length < 5;
+                for (size_t n = 1; n < length && position + n < end; ++n)
+                    wellFormed = wellFormed && (static_cast<uint8_t>(text[position + n]) & 0xC0) == 0x80;
+                position += wellFormed ? length : 0;
+            }
+            for (size_t n = start; n < end; ++n)
+                plain = plain && static_cast<uint8_t>(text[n]) < 0x80;
+            if (goesOn && position < end && position < start)
+                continue; // what stands before is flawed itself
+            const auto *block = reinterpret_cast<const uint8_t *>(text.data()) + start;
+            const FORM_E form = goesOn ? formOf<BEFORE_E::TEXT>(block) : formOf<BEFORE_E::NOTHING>(block);
+            ASSERT_EQ(form, !wellFormed ? FORM_E::FLAWED
+                            : plain     ? FORM_E::PLAIN
+                                        : FORM_E::WELL_FORMED)
+                << testing::PrintToString(text) << start << goesOn;
+            ++seen[static_cast<int>(form)];
+            if (wellFormed) {
+                const auto past = static_cast<int32_t>(position - end); // bytes missing of a sequence cut by the end
+                const int32_t open = openBytes(block + TEXT_BLOCK);
+                ASSERT_TRUE(past == 0 ? open == 0 : open > 0 && open + past <= 4) << past << " " << open;
+            }
+        }
+    }
+    EXPECT_TRUE(seen[0] > 1000 && seen[1] > 1000 && seen[2] > 1000) << seen[0] << " " << seen[1] << " " << seen[2];
 }
 
 } // namespace

@@ -17,7 +17,6 @@ namespace zutext {
 namespace {
 
 constexpr size_t kDefaultSample = size_t{1024} * 1024;
-constexpr uint8_t kEscape = 0x1B;
 
 // --- Options ---
 
@@ -204,7 +203,7 @@ class LetterJudge {
 
   private:
     void decideBy(const Readings &readings, uint32_t wideHints, zutext_verdict &verdict) const {
-        const int64_t single = std::max(1, readings.rows[0].cost);
+        const int64_t single = std::max(1, readings.rows[0].letters);
         size_t best = kWideCount;
         for (size_t i = 0; i < kWideCount; ++i) {
             const WideEncoding &wide = kWideEncodings[i];
@@ -227,7 +226,8 @@ class LetterJudge {
         verdict.sure = verdict.margin >= kSureMargin && (!wide || isSureOf(m_wideCosts[best], single)) ? 1 : 0;
     }
 
-    // The chosen double-byte reading first if there is one, then all others by cost.
+    // The chosen double-byte reading first if there is one, then all others by cost. Double-byte readings have no part
+    // in what ASCII words say, so they are given the best single-byte one's.
     void listReadings(const Readings &readings, size_t chosen, zutext_verdict &verdict) const {
         int64_t costs[ZUTEXT_MOST_READINGS];
         verdict.reading_count = 0;
@@ -248,8 +248,10 @@ class LetterJudge {
             costs[place] = cost;
         };
         const bool wide = chosen < kWideCount;
+        const int64_t single = std::max(1, readings.rows[0].letters);
+        const int64_t words = int64_t{readings.rows[0].cost} - readings.rows[0].letters;
         if (wide) {
-            add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen], 0);
+            add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen] + words, 0);
         }
         for (int32_t i = 0; i < readings.count; ++i) {
             const Reading &row = readings.rows[i];
@@ -259,10 +261,9 @@ class LetterJudge {
             add(row.encoding, language, std::max<int64_t>(row.cost, i == 0 ? 0 : readings.rows[0].cost), wide ? 1 : 0);
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            const bool near =
-                m_wideCosts[i] != kNoCost && m_wideCosts[i] < int64_t{3} * std::max(1, readings.rows[0].cost);
+            const bool near = m_wideCosts[i] != kNoCost && m_wideCosts[i] < 3 * single;
             if (i != chosen && near) {
-                add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i], 1);
+                add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i] + words, 1);
             }
         }
         for (int32_t i = verdict.reading_count - 1; i >= 0; --i) {

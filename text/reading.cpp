@@ -335,6 +335,8 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
     return count;
 }
 
+int32_t clamped(int64_t cost) { return static_cast<int32_t>(std::min<int64_t>(cost, INT32_MAX)); }
+
 // An encoding that is not converted comes first only where it is sure.
 void preferConverted(Candidate *candidates, int count) {
     const Candidate *end = candidates + count;
@@ -383,9 +385,9 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
             return sameText(text, candidate.encoding, singleByteIndex(row.encoding));
         });
         if (!listed) {
-            readings.rows[readings.count++] = {
-                kEncodings[candidate.encoding].number, candidate.language,
-                static_cast<int32_t>(std::min<int64_t>(candidate.cost - excess, INT32_MAX))};
+            const int64_t prior = priorOf(text, candidate.encoding, candidate.language, hints);
+            readings.rows[readings.count++] = {kEncodings[candidate.encoding].number, candidate.language,
+                                               clamped(candidate.cost - excess), clamped(candidate.cost - prior)};
         }
     }
     free(scratch);
