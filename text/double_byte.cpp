@@ -143,7 +143,8 @@ int32_t pairCost(const Ranks &ranks, int32_t encoding, uint8_t lead, uint8_t tra
     if (encoding == kShiftJis) {
         return lead == 0x81 ? kSign : kUnranked;
     }
-    if (lead == 0xA1 || (lead == 0xA3 && encoding == ZU_CHARSET_CODETYPE_GBK)) {
+    // In GBK also letters and digits of full width, and lines of tables.
+    if (lead == 0xA1 || ((lead == 0xA3 || lead == 0xA9) && encoding == ZU_CHARSET_CODETYPE_GBK)) {
         return kSign;
     }
     bool standard = encoding == ZU_CHARSET_CODETYPE_BIG5 || (lead >= 0xA1 && trail >= 0xA1);

@@ -179,14 +179,19 @@ class LetterJudge {
         if (!readSingleByte(m_text, {}, plain)) {
             return ZUTEXT_ERROR_MEMORY;
         }
+        const int64_t single = std::max(1, plain.rows[0].letters);
         for (size_t i = 0; i < kWideCount; ++i) {
-            const int32_t encoding = kWideEncodings[i].encoding;
-            const bool wanted = m_vote == 0 || m_vote == encoding || (m_settings.wideHints >> i & 1) != 0;
-            int32_t cost = 0;
-            if (wanted && !readDoubleByte(m_text, encoding, cost)) {
+            m_wideCosts[i] = kNoCost;
+            if (kWideEncodings[i].encoding == m_vote && !weigh(i)) {
                 return ZUTEXT_ERROR_MEMORY;
             }
-            m_wideCosts[i] = wanted ? cost : kNoCost;
+            m_voteSure |= m_wideCosts[i] != kNoCost && isSureOf(m_wideCosts[i], single);
+        }
+        for (size_t i = 0; i < kWideCount; ++i) {
+            const bool wanted = !m_voteSure || (m_settings.wideHints >> i & 1) != 0;
+            if (wanted && m_wideCosts[i] == kNoCost && !weigh(i)) {
+                return ZUTEXT_ERROR_MEMORY;
+            }
         }
         decideBy(plain, 0, verdict);
         if (m_settings.hinted()) {
@@ -202,16 +207,27 @@ class LetterJudge {
     }
 
   private:
+    // False: no memory.
+    bool weigh(size_t wide) {
+        int32_t cost = 0;
+        if (!readDoubleByte(m_text, kWideEncodings[wide].encoding, cost)) {
+            return false;
+        }
+        m_wideCosts[wide] = cost;
+        return true;
+    }
+
     void decideBy(const Readings &readings, uint32_t wideHints, zutext_verdict &verdict) const {
         const int64_t single = std::max(1, readings.rows[0].letters);
         size_t best = kWideCount;
         for (size_t i = 0; i < kWideCount; ++i) {
             const WideEncoding &wide = kWideEncodings[i];
-            if (m_wideCosts[i] == kNoCost || (m_vote != 0 && wide.encoding != m_vote)) {
+            const bool claimed = wide.encoding == m_vote;
+            if (m_wideCosts[i] == kNoCost || (m_voteSure && !claimed)) {
                 continue;
             }
             const bool hinted = (wideHints >> i & 1) != 0;
-            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, m_vote != 0) &&
+            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, claimed) &&
                 (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
                 best = i;
             }
@@ -221,7 +237,7 @@ class LetterJudge {
         verdict.encoding = verdict.readings[0].encoding;
         verdict.language = verdict.readings[0].language;
         verdict.kind = kindOf(verdict.encoding);
-        verdict.decided_by = wide && m_vote != 0 ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
+        verdict.decided_by = wide && verdict.encoding == m_vote ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
         verdict.margin = verdict.reading_count > 1 ? verdict.readings[1].cost : INT32_MAX;
         verdict.sure = verdict.margin >= kSureMargin && (!wide || isSureOf(m_wideCosts[best], single)) ? 1 : 0;
     }
@@ -301,7 +317,8 @@ class LetterJudge {
     }
 
     Bytes m_text;
-    int32_t m_vote; // what libzucharset's vote claims: a double-byte encoding, or 0
+    bool m_voteSure = false; // the text bears the vote out, so that other double-byte encodings need no look
+    int32_t m_vote;          // what libzucharset's vote claims: a double-byte encoding, or 0
     const Settings &m_settings;
     int64_t m_wideCosts[kWideCount];
 };
