@@ -2,6 +2,7 @@
 #include "errors.h"
 #include "interrupts.h"
 #include "report.h"
+#include "zutext.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -57,6 +58,7 @@ bool asksAboutFile(const CLI::App &app, const std::vector<std::string> &argument
 
 int run(std::vector<std::string> arguments) {
     installSignalHandling();
+    zutext_prepare(); // before there are threads
     CLI::App app("Finds the encoding of subtitle and text files and converts them to UTF-8.", "zucharset");
     app.footer(kFooter);
     app.set_version_flag("--version", "zucharset " ZUCHARSET_VERSION);

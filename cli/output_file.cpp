@@ -222,10 +222,12 @@ void OutputFile::takeName() {
     checkUnchanged();
     const NameLock lock;
     // A name that was free when we looked may have been taken since; that file is not ours to replace.
-    if (const int error = m_temporary.takeName(lock, m_target.path, m_target.mayReplace); error == EEXIST) {
+    const int error = m_temporary.takeName(lock, m_target.path, m_target.mayReplace);
+    if (error == EEXIST) {
         throw CommandError(kExitOutput,
                            printable(m_target.path) + ": has come into being meanwhile; --force replaces it");
-    } else if (error != 0) {
+    }
+    if (error != 0) {
         fail(m_replaces ? "cannot replace" : "cannot take its name", error);
     }
     takeOffRecord(lock, m_backupPath);

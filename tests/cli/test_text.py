@@ -157,7 +157,8 @@ class TextTest(CliTest):
     def test_answers_are_the_same_everywhere(self):
         font = random.Random(1)  # in ASCII, before the dialogue
         ass = b"[Fonts]\n" + b"".join(bytes(font.choices(range(33, 97), k=80)) + b"\n" for _ in range(20000))
-        for text, codec in [(HANZI * 50, "gbk")]:
+        for text, codec in [(HANZI * 50, "gbk"), ((TEXTS / "czech.txt").read_text(), "cp1250"),
+                            ("Все счастливые семьи похожи друг на друга. " * 20, "cp1251")]:
             write("in.ass", ass + text.encode(codec))
             for options in ([], ["--sample", "1K"]):
                 output, _ = self.run_cli("convert", *options, "in.ass")
