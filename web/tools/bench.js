@@ -65,7 +65,7 @@ for (let i = 0; i < 20; ++i) {
 const charset = await zucharset.load();
 console.log(`Node ${process.versions.node}: loading ${Math.min(...loads).toFixed(0)} ms. Milliseconds for 64 KB:\n`);
 print(['Encoding', 'detect', 'chardet', 'jschardet', 'to UTF-8', 'iconv-lite', 'to a string', 'iconv-lite',
-    'TextDecoder', 'detect, to a string'],
+    'TextDecoder', 'both'],
     TEXTS.map(([name, encoding, label, theirs]) => {
         const bytes = textOf(name, encoding);
         const decoder = new TextDecoder(label);
