@@ -180,6 +180,7 @@ void addVerdict(JsonWriter &json, const zutext_verdict &verdict) {
         json.beginObject();
         addEncoding(json, reading.encoding);
         addOptional(json, "language", reading.language);
+        addOptional(json, "languageName", zutext_language_name(reading.language));
         json.hundredths("cost", reading.cost);
         json.endObject();
     }

@@ -52,5 +52,6 @@ if(TARGET zucharset_cli)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)
+    include(${PROJECT_SOURCE_DIR}/python/install.cmake)
     include(${CMAKE_CURRENT_LIST_DIR}/packages.cmake)
 endif()

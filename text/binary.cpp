@@ -106,9 +106,13 @@ ByteShares countShares(Bytes text) {
     return {
         countBytes(bytes, [](uint8_t byte) { return byte == 0; }),
         countBytes(bytes, [](uint8_t byte) { return byte < 0x20 && byte != 0 && !isTextControl(byte); }),
-        countBytes(bytes, [](uint8_t byte) { return byte >= 0x80; }),
+        countHighBytes(bytes),
         filled,
     };
+}
+
+size_t countHighBytes(Bytes text) {
+    return countBytes(text, [](uint8_t byte) { return byte >= 0x80; });
 }
 
 bool hasStrayControl(Bytes text) {

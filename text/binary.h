@@ -18,6 +18,9 @@ struct ByteShares {
 
 ByteShares countShares(Bytes text);
 
+// Bytes from 80 to FF.
+size_t countHighBytes(Bytes text);
+
 // Are there zeros, escapes or controls that plain text has no use for?
 bool hasStrayControl(Bytes text);
 

@@ -4,13 +4,14 @@
 #include <bit>
 #include <cstdlib>
 
+#include "binary.h"
 #include "tables/ranked_positions.h"
 #include "zucharset.h"
 
 namespace zutext {
 namespace {
 
-constexpr size_t kRead = size_t{16} * 1024;
+constexpr size_t kRead = size_t{8} * 1024;
 constexpr int kRanked = 600;
 // Costs in hundredths of a nat.
 constexpr int32_t kFirstRank = 220; // of the most frequent character; the others follow a Zipf law
@@ -143,22 +144,31 @@ int32_t pairCost(const Ranks &ranks, int32_t encoding, uint8_t lead, uint8_t tra
     if (encoding == kShiftJis) {
         return lead == 0x81 ? kSign : kUnranked;
     }
-    if (lead == 0xA1 || (lead == 0xA3 && encoding == ZU_CHARSET_CODETYPE_GBK)) {
+    // In GBK also letters and digits of full width, and lines of tables.
+    if (lead == 0xA1 || ((lead == 0xA3 || lead == 0xA9) && encoding == ZU_CHARSET_CODETYPE_GBK)) {
         return kSign;
     }
     bool standard = encoding == ZU_CHARSET_CODETYPE_BIG5 || (lead >= 0xA1 && trail >= 0xA1);
     return standard ? kUnranked : kExtension;
 }
 
-size_t highBytes(Bytes text) {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](uint8_t byte) { return byte >= 0x80; }));
-}
-
-int64_t costOf(Bytes text, int32_t encoding, const Ranks &ranks) {
+// The cost of the start of a text that has so many high bytes in all, taken for all of it. Ends early where that is
+// hopeless.
+int64_t costOf(Bytes text, size_t highBytes, int32_t encoding, const Ranks &ranks, int64_t hopeless) {
+    constexpr size_t kLook = 1024;
+    const auto high = static_cast<int64_t>(highBytes);
     int64_t cost = 0;
+    int64_t seen = 0; // high bytes
+    size_t look = kLook;
     bool afterPair = false;
     uint8_t previous = ' ';
     for (size_t i = 0; i < text.size();) {
+        if (i >= look) {
+            look += kLook;
+            if (cost * high / seen > hopeless) {
+                break;
+            }
+        }
         uint8_t byte = text[i];
         uint8_t next = i + 1 < text.size() ? text[i + 1] : 0;
         size_t length = 1;
@@ -180,29 +190,28 @@ int64_t costOf(Bytes text, int32_t encoding, const Ranks &ranks) {
                 length = isPair(encoding, byte, next) ? 2 : 1;
             }
         }
+        seen += wide ? 1 : 0;
+        seen += length == 2 && next >= 0x80 ? 1 : 0;
         afterPair = wide;
         previous = wide ? 0 : byte;
         i += length;
     }
-    return cost;
+    return seen == 0 ? cost : cost * high / seen;
 }
 
 } // namespace
 
-bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost) {
+bool readDoubleByte(Bytes text, int32_t encoding, int64_t hopeless, int32_t &cost) {
     auto *ranks = static_cast<Ranks *>(calloc(1, sizeof(Ranks)));
     if (ranks == nullptr) {
         return false;
     }
-    bool known = fillFor(*ranks, encoding);
+    const bool known = fillFor(*ranks, encoding);
     if (known) {
         const auto first = std::find_if(text.begin(), text.end(), [](uint8_t byte) { return byte >= 0x80; });
         text = text.subspan(static_cast<size_t>(first - text.begin()));
         const Bytes start = text.first(std::min(text.size(), kRead));
-        int64_t sum = costOf(start, encoding, *ranks);
-        if (start.size() < text.size()) {
-            sum = sum * static_cast<int64_t>(highBytes(text)) / static_cast<int64_t>(highBytes(start));
-        }
+        const int64_t sum = costOf(start, countHighBytes(text), encoding, *ranks, hopeless);
         cost = static_cast<int32_t>(std::min<int64_t>(sum, INT32_MAX));
     }
     free(ranks);

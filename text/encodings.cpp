@@ -231,7 +231,8 @@ std::span<const zutext_encoding> allEncodings() { return kEncodings; }
 
 const zutext_encoding *encodingOf(int32_t id) {
     const auto *found =
-        std::lower_bound(std::begin(kEncodings), std::end(kEncodings), zutext_encoding{.id = id}, isBefore);
+        std::lower_bound(std::begin(kEncodings), std::end(kEncodings), id,
+                         [](const zutext_encoding &encoding, int32_t wanted) { return encoding.id < wanted; });
     return found != std::end(kEncodings) && found->id == id ? found : nullptr;
 }
 

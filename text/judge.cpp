@@ -166,7 +166,9 @@ bool decideUtf8(const Sample &sample, zutext_verdict &verdict) {
 
 // A hint lets a double-byte reading cost half as much again.
 constexpr int64_t kHintWeight = 150;
-constexpr int64_t kNoCost = INT64_MAX; // not weighed
+constexpr int64_t kVoteWeight = 85; // in hundredths of the cost
+constexpr int64_t kHopeless = 2;    // times the best single-byte cost
+constexpr int64_t kNoCost = INT64_MAX;
 
 class LetterJudge {
   public:
@@ -179,14 +181,13 @@ class LetterJudge {
         if (!readSingleByte(m_text, {}, plain)) {
             return ZUTEXT_ERROR_MEMORY;
         }
+        m_hopeless = kHopeless * std::max(1, plain.rows[0].letters);
         for (size_t i = 0; i < kWideCount; ++i) {
-            const int32_t encoding = kWideEncodings[i].encoding;
-            const bool wanted = m_vote == 0 || m_vote == encoding || (m_settings.wideHints >> i & 1) != 0;
             int32_t cost = 0;
-            if (wanted && !readDoubleByte(m_text, encoding, cost)) {
+            if (!readDoubleByte(m_text, kWideEncodings[i].encoding, m_hopeless, cost)) {
                 return ZUTEXT_ERROR_MEMORY;
             }
-            m_wideCosts[i] = wanted ? cost : kNoCost;
+            m_wideCosts[i] = cost;
         }
         decideBy(plain, 0, verdict);
         if (m_settings.hinted()) {
@@ -205,15 +206,15 @@ class LetterJudge {
     void decideBy(const Readings &readings, uint32_t wideHints, zutext_verdict &verdict) const {
         const int64_t single = std::max(1, readings.rows[0].letters);
         size_t best = kWideCount;
+        int64_t bestCost = kNoCost;
         for (size_t i = 0; i < kWideCount; ++i) {
-            const WideEncoding &wide = kWideEncodings[i];
-            if (m_wideCosts[i] == kNoCost || (m_vote != 0 && wide.encoding != m_vote)) {
-                continue;
-            }
+            const bool claimed = kWideEncodings[i].encoding == m_vote;
             const bool hinted = (wideHints >> i & 1) != 0;
-            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, m_vote != 0) &&
-                (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
+            // The vote weighs more of a text than its start, so its claim gives way only to what is clearly better.
+            const int64_t cost = m_wideCosts[i] * (claimed ? kVoteWeight : 100) / 100;
+            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, claimed) && cost < bestCost) {
                 best = i;
+                bestCost = cost;
             }
         }
         listReadings(readings, best, verdict);
@@ -221,7 +222,7 @@ class LetterJudge {
         verdict.encoding = verdict.readings[0].encoding;
         verdict.language = verdict.readings[0].language;
         verdict.kind = kindOf(verdict.encoding);
-        verdict.decided_by = wide && m_vote != 0 ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
+        verdict.decided_by = wide && verdict.encoding == m_vote ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
         verdict.margin = verdict.reading_count > 1 ? verdict.readings[1].cost : INT32_MAX;
         verdict.sure = verdict.margin >= kSureMargin && (!wide || isSureOf(m_wideCosts[best], single)) ? 1 : 0;
     }
@@ -248,7 +249,6 @@ class LetterJudge {
             costs[place] = cost;
         };
         const bool wide = chosen < kWideCount;
-        const int64_t single = std::max(1, readings.rows[0].letters);
         const int64_t words = int64_t{readings.rows[0].cost} - readings.rows[0].letters;
         if (wide) {
             add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen] + words, 0);
@@ -261,8 +261,7 @@ class LetterJudge {
             add(row.encoding, language, std::max<int64_t>(row.cost, i == 0 ? 0 : readings.rows[0].cost), wide ? 1 : 0);
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            const bool near = m_wideCosts[i] != kNoCost && m_wideCosts[i] < 3 * single;
-            if (i != chosen && near) {
+            if (i != chosen && m_wideCosts[i] < m_hopeless) {
                 add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i] + words, 1);
             }
         }
@@ -290,7 +289,7 @@ class LetterJudge {
             possible |= index >= 0 && (m_settings.encodingHints >> index & 1) != 0 && definesAll(encoding.id);
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            possible |= (m_settings.wideHints >> i & 1) != 0 && m_wideCosts[i] != kNoCost;
+            possible |= (m_settings.wideHints >> i & 1) != 0 && m_wideCosts[i] < m_hopeless;
         }
         return possible ? ZUTEXT_HINT_OUTWEIGHED : ZUTEXT_HINT_UNDEFINED;
     }
@@ -301,7 +300,8 @@ class LetterJudge {
     }
 
     Bytes m_text;
-    int32_t m_vote; // what libzucharset's vote claims: a double-byte encoding, or 0
+    int64_t m_hopeless = 0; // the cost from which on a double-byte reading is not worth a look
+    int32_t m_vote;         // what libzucharset's vote claims: a double-byte encoding, or 0
     const Settings &m_settings;
     int64_t m_wideCosts[kWideCount];
 };

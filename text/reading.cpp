@@ -25,7 +25,7 @@ constexpr int kEnglish = findLanguage("en");
 constexpr int kFirstPairs = 20;
 constexpr int kMostPairs = 2048;
 constexpr int64_t kFar = 4000;
-constexpr int kMostWork = 30000;
+constexpr int kMostWork = 12000;
 
 constexpr int64_t kLargestBest = 1 << 30;
 constexpr int kCellStretch = 16;

@@ -21,7 +21,8 @@ import zucharset
 SAMPLES = Path(__file__).resolve().parents[2] / "samples" / "text"
 ENCODINGS = """
 chinese_simplified gbk utf-8 utf-16-le; chinese_traditional big5 utf-8; korean cp949 utf-8
-russian cp1251 iso8859-5 utf-8; greek cp1253 iso8859-7; hebrew cp1255; arabic cp1256 iso8859-6; thai cp874 iso8859-11; turkish cp1254 iso8859-9
+russian cp1251 iso8859-5 utf-8; greek cp1253 iso8859-7; hebrew cp1255; arabic cp1256 iso8859-6; thai cp874 iso8859-11
+turkish cp1254 iso8859-9
 polish cp1250 iso8859-2; czech cp1250 iso8859-2; german cp1252 iso8859-1; french cp1252 iso8859-15; spanish cp1252
 vietnamese cp1258; estonian cp1257 iso8859-13; romanian iso8859-16; icelandic cp1252; russian utf-16
 """
