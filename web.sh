@@ -21,10 +21,11 @@ build() {
         return 1
     fi
     cmake --build --preset wasm -- --quiet
-    if [ ! -e web/node_modules/.package-lock.json ] || [ web/package-lock.json -nt web/node_modules/.package-lock.json ]; then
+    local installed=web/node_modules/.package-lock.json
+    if [ ! -e $installed ] || [ web/package-lock.json -nt $installed ]; then
         echo "Installing what web/package-lock.json names"
         (cd web && npm ci --silent --ignore-scripts)
-        touch web/node_modules/.package-lock.json
+        touch $installed
     fi
     cp build/wasm/zucharset.wasm web/zucharset.wasm # beside the sources, as in the package
     node web/tools/build.js build/wasm/zucharset.wasm build/web
@@ -50,7 +51,8 @@ test)
     cd web
     npx --no-install eslint .
     npx --no-install tsc
-    node --test --test-concurrency=1 test/
+    node --test test/package.test.js test/page.test.js
+    node --test test/browser.test.js
     ;;
 bench)
     need_packages "${WEB_TEST_PACKAGES[@]}"

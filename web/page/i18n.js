@@ -81,6 +81,6 @@ export function size(bytes) {
         bytes /= 1000;
     const digits = bytes < 10 && unit > 0 ? 1 : 0;
     return once(`size ${unit} ${digits}`, () => new Intl.NumberFormat(language, {
-        style: 'unit', unit: units[unit], unitDisplay: 'short', maximumFractionDigits: digits,
+        style: 'unit', unit: units[unit], unitDisplay: unit === 0 ? 'long' : 'short', maximumFractionDigits: digits,
     })).format(bytes);
 }

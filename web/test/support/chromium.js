@@ -4,16 +4,24 @@ import { once } from 'node:events';
 import { createServer } from 'node:net';
 import puppeteer from 'puppeteer-core';
 
-export async function launch() {
+/** @param {string[]} args */
+function start(args) {
     return puppeteer.launch({
         executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
         headless: true,
         args: [
-            ...(process.getuid?.() === 0 ? ['--no-sandbox'] : []), // root has no sandbox
+            ...args,
             '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
             '--disable-component-update', '--disable-sync', '--disable-dev-shm-usage', '--lang=en-US',
         ],
     });
+}
+
+export async function launch() {
+    const bare = ['--no-sandbox']; // for root, and in containers; the pages are our own
+    if (process.getuid?.() === 0)
+        return start(bare);
+    return start([]).catch(() => start(bare));
 }
 
 async function freePort() {
