@@ -29,4 +29,6 @@ $python -m venv --system-site-packages "$environment"
 tests=()
 [ "$part" = cluster ] || tests+=(python/tests)
 [ "$part" = package ] || tests+=(examples/cluster)
-"$environment/bin/python" -B -m pytest -q -p no:cacheprovider "${tests[@]}"
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+"$environment/bin/python" -B -m pytest -q -p no:cacheprovider --basetemp="$scratch/tests" "${tests[@]}"

@@ -127,38 +127,58 @@ FAULTS = r"""
 
 /* The n-th allocation from now on that one of our libraries asks for fails; 0: none does. */
 static long countdown;
-static long left;
 void fail_nth(long n) { countdown = n; }
-long blocks_left(void) { return left; }
 
-static int ours(void *caller) {
+/* Their blocks. Who frees one cannot be told: a call at the end of a function is a jump. */
+static void *blocks[1 << 16];
+static long count;
+long blocks_left(void) { return count; }
+static void *kept(void *block, int ours) {
+    if (ours && block)
+        blocks[count++] = block;
+    return block;
+}
+static void gone(void *block) {
+    for (long i = count; block && i-- > 0;)
+        if (blocks[i] == block) {
+            blocks[i] = blocks[--count];
+            return;
+        }
+}
+
+static int is_ours(void *caller) {
     Dl_info info;
     return dladdr(caller, &info) && info.dli_fname && strstr(info.dli_fname, "libzu");
 }
-static int fails(void *caller) {
-    if (!ours(caller) || (countdown > 0 && --countdown == 0)) {
-        int fail = ours(caller);
-        errno = fail ? ENOMEM : errno;
-        return fail;
-    }
-    left += 1;
-    return 0;
+static int fails(int ours) {
+    if (!ours || countdown == 0 || --countdown > 0)
+        return 0;
+    errno = ENOMEM;
+    return 1;
 }
 extern void *__libc_malloc(size_t);
 extern void *__libc_calloc(size_t, size_t);
 extern void *__libc_realloc(void *, size_t);
 extern void __libc_free(void *);
-void *malloc(size_t n) { return fails(__builtin_return_address(0)) ? NULL : __libc_malloc(n); }
-void *calloc(size_t n, size_t m) { return fails(__builtin_return_address(0)) ? NULL : __libc_calloc(n, m); }
-void *realloc(void *p, size_t n) {
-    if (fails(__builtin_return_address(0)))
-        return NULL;
-    left -= p && ours(__builtin_return_address(0));
-    return __libc_realloc(p, n);
+#define OURS is_ours(__builtin_return_address(0))
+void *malloc(size_t n) {
+    const int ours = OURS;
+    return fails(ours) ? NULL : kept(__libc_malloc(n), ours);
 }
-void free(void *p) {
-    left -= p && ours(__builtin_return_address(0));
-    __libc_free(p);
+void *calloc(size_t n, size_t m) {
+    const int ours = OURS;
+    return fails(ours) ? NULL : kept(__libc_calloc(n, m), ours);
+}
+void *realloc(void *old, size_t n) {
+    const int ours = OURS;
+    if (fails(ours))
+        return NULL;
+    gone(old);
+    return kept(__libc_realloc(old, n), ours);
+}
+void free(void *block) {
+    gone(block);
+    __libc_free(block);
 }
 """
 
