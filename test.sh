@@ -19,11 +19,16 @@ preset() { # NAME: of CMakePresets.json
     ctest --preset "$1" --parallel "$(nproc)"
 }
 x86_64_v3() {
-    if /lib64/ld-linux-x86-64.so.2 --help | grep -q 'x86-64-v3 (supported'; then
+    if /lib64/ld-linux-x86-64.so.2 --help | grep 'x86-64-v3 (supported' >/dev/null; then
         preset x86-64-v3
     else
         echo "Left out: this processor is no x86-64-v3."
     fi
+}
+players() {
+    cmake --preset release -DZUCHARSET_CLI=ON >/dev/null
+    cmake --build --preset release --target zucharset_cli -- --quiet
+    python3 -B tests/players/test_players.py build/release
 }
 both=("${BUILD_PACKAGES[@]}" "${TEST_PACKAGES[@]}")
 suite release     "as released"                                           "preset release"     "${both[@]}"
@@ -35,8 +40,11 @@ suite tsan        "under the thread sanitizer, where threads meet"        "prese
 suite arm         "32-bit ARM, emulated"                                  "preset arm"         "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm-neon    "32-bit ARM with NEON, emulated"                        "preset arm-neon"    "${both[@]}" "${ARM_PACKAGES[@]}"
 suite arm64       "64-bit ARM, emulated"                                  "preset arm64"       "${both[@]}" "${ARM64_PACKAGES[@]}"
+suite players     "the recipes of docs/players.md, with real players"       players              "${BUILD_PACKAGES[@]}" "${PLAYER_PACKAGES[@]}"
 suite instructions "no more instructions per byte than bench/instructions.csv says" "bench/instructions.py --check" \
     "${both[@]}" "${ARM_PACKAGES[@]}" "${ARM64_PACKAGES[@]}"
+suite python      "the Python package, its wheels and the cluster example"    python/test.sh        "${BUILD_PACKAGES[@]}" "${PYTHON_PACKAGES[@]}"
+suite web         "the JavaScript package and the page, in a browser"     "./web.sh test"      "${WEB_PACKAGES[@]}" "${WEB_TEST_PACKAGES[@]}"
 
 usage() {
     sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"

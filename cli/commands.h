@@ -1,5 +1,8 @@
 #pragma once
 
+#include "file_list.h"
+#include "zutext.h"
+
 #include <CLI/CLI.hpp>
 #include <functional>
 
@@ -13,11 +16,19 @@ void addDetectCommand(CLI::App &app, Action &chosen);
 void addConvertCommand(CLI::App &app, Action &chosen);
 void addListCommand(CLI::App &app, Action &chosen);
 void addExplainCommand(CLI::App &app, Action &chosen);
+void addRestoreCommand(CLI::App &app, Action &chosen);
 
 // The options that detection has in every subcommand.
 struct DetectionOptions {
     std::string prefer;
-    size_t sample = 0;
+    uint32_t sample = 0;
+    bool plain = false;
+    std::string hintOrigin; // where the hints stand: on the command line or in the environment
+
+    // Takes the hints of the environment where none were given, and checks them.
+    void complete();
+    // Points to the hints.
+    [[nodiscard]] zutext_options textOptions() const;
 };
 void addDetectionOptions(CLI::App &command, DetectionOptions &options);
 
@@ -26,6 +37,12 @@ struct FileOptions {
     std::vector<std::string> files;
     bool recursive = false;
     std::string extensions;
+    size_t jobs = 0; // threads
+    bool json = false;
+
+    // Standard input when no file is given and standard input is no terminal.
+    void complete();
+    [[nodiscard]] FileSelection selection() const;
 };
 void addFileOptions(CLI::App &command, FileOptions &options);
 

@@ -1,8 +1,8 @@
 #include "commands.h"
 
-#include "convert_file.h"
+#include "convert_batch.h"
 #include "convert_report.h"
-#include "encoding_names.h"
+#include "encodings.h"
 #include "errors.h"
 #include "file_list.h"
 #include "output_plan.h"
@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <numeric>
 
 namespace zucli {
 
@@ -19,19 +18,21 @@ namespace {
 
 constexpr const char *kFooter = R"(A single file goes to standard output unless an option says otherwise. An output
 file appears whole or not at all. What a conversion loses is told with the
-offset and the bytes, also under --quiet.
+offset and the bytes, and where the encoding is not sure a remark says so, both
+also under --quiet. What is no text, or in an encoding that is not supported, is
+named and left alone.
 
 Examples:
   zucharset convert movie.srt > movie.utf8.srt
   zucharset convert --from cp1251 -o movie.utf8.srt movie.srt
   zucharset convert --suffix .utf8 *.srt         writes movie.utf8.srt and so on
   zucharset convert -r --out-dir converted ~/Videos
-  zucharset convert -r --in-place --strict --prefer cp1251 ~/Videos
+  zucharset convert -r --in-place --strict --prefer ru ~/Videos
   player-dump | zucharset convert - | less
 
 Exit codes: 0 all right, 1 converted but text was lost (with --strict: not
-written), 2 wrong usage, 3 input problem, 4 output problem, 5 refused by the
-library, 130 interrupted. More in 'zucharset --help'.
+written), 2 wrong usage, 3 input problem, 4 output problem, 5 no text or in an
+encoding that is not converted, 130 interrupted. More in 'zucharset --help'.
 )";
 
 struct Options {
@@ -39,16 +40,23 @@ struct Options {
     DetectionOptions detection;
     OutputRules output;
     std::string from;
+    std::string to;
     bool addMark = false;
     bool stripMark = false;
-    bool joinSurrogates = false;
+    bool keepSurrogates = false;
+    bool joinSurrogates = false; // as is the default now
     bool strict = false;
     bool quiet = false;
-    bool json = false;
 };
 
 // What the option parser cannot check by itself.
 void checkUsage(Options &options) {
+    options.files.complete();
+    options.detection.complete();
+    if (!options.to.empty() && parseEncoding(options.to).id != kUtf8) {
+        throw CommandError(kExitUsage, "everything is converted to UTF-8; 'iconv -f UTF-8 -t " + options.to +
+                                           "' can go on from there");
+    }
     OutputRules &output = options.output;
     const bool perFile = output.inPlace || !output.outputFolder.empty() || !output.suffix.empty();
     const bool several = options.files.files.size() > 1 || options.files.recursive;
@@ -66,74 +74,70 @@ void checkUsage(Options &options) {
     if (!perFile && output.output.empty()) {
         output.output = "-";
     }
-    if (options.json && output.toStandardOutput()) {
+    if (options.files.json && output.toStandardOutput() && !output.dryRun) {
         throw CommandError(kExitUsage, "--json and the text cannot both go to standard output; write the text with -o");
     }
 }
 
 ConvertSettings settingsFrom(const Options &options) {
     ConvertSettings settings;
+    settings.text = options.detection.textOptions();
     if (!options.from.empty()) {
-        settings.from = parseEncoding(options.from);
+        const NamedEncoding from = parseEncoding(options.from);
+        settings.text.from = from.id;
+        settings.text.flags |= from.markOpen ? ZUTEXT_MARK_OPEN : 0;
     }
-    settings.preferences = parsePreferences(options.detection.prefer);
-    settings.sample = options.detection.sample;
-    settings.byteOrderMark = options.addMark     ? ByteOrderMark::add
-                             : options.stripMark ? ByteOrderMark::strip
-                                                 : ByteOrderMark::keep;
-    settings.joinSurrogates = options.joinSurrogates;
+    settings.text.flags |= options.addMark ? ZUTEXT_ADD_MARK : 0;
+    settings.text.flags |= options.stripMark ? ZUTEXT_STRIP_MARK : 0;
+    settings.text.flags |= options.keepSurrogates ? ZUTEXT_KEEP_SURROGATES : 0;
     settings.strict = options.strict;
+    settings.dryRun = options.output.dryRun;
     return settings;
 }
 
 int convertAll(Options &options) {
     checkUsage(options);
     const ConvertSettings settings = settingsFrom(options);
-    FileSelection selection;
-    selection.recursive = options.files.recursive;
-    selection.extensions = splitList(options.files.extensions);
+    FileSelection selection = options.files.selection();
     selection.outputFolder = options.output.outputFolder;
     selection.outputSuffix = options.output.suffix;
-    const FileList list = listFiles(options.files.files, selection);
+    FileList list = listFiles(options.files.files, selection);
 
-    OutputPlanner planner(options.output);
-    const uint64_t bytes = std::accumulate(list.items.begin(), list.items.end(), uint64_t{0},
-                                           [](uint64_t sum, const InputItem &item) { return sum + item.size; });
-    Progress progress(!options.quiet && !options.json, list.items.size(), bytes);
+    OutputPlanner planner(options.output, list.items);
+    std::vector<PlannedFile> files;
+    uint64_t bytes = 0;
+    for (InputItem &item : list.items) {
+        bytes += item.size;
+        files.push_back(planner.plan(std::move(item)));
+    }
+    Progress progress(!options.quiet && !options.files.json, files.size(), bytes);
+    const ReportSettings report = {options.quiet, !options.from.empty(), options.detection.prefer,
+                                   options.detection.hintOrigin};
     ConvertSummary summary;
     JsonWriter json;
     json.beginObject();
     json.beginArray("files");
     int exitCode = kExitOk;
-    for (const InputItem &item : list.items) {
-        const ConvertOutcome outcome = convertFile(item, settings, planner, progress);
+    convertBatch(files, settings, options.files.jobs, progress, [&](const ConvertOutcome &outcome) {
         exitCode = std::max<int>(exitCode, outcome.exitCode);
         summary.add(outcome);
         progress.clear();
         progress.finishFile();
-        if (options.json) {
+        if (options.files.json) {
             addOutcome(json, outcome);
         } else {
-            printOutcome(outcome, options.quiet);
+            printOutcome(outcome, report);
         }
-    }
+    });
     progress.clear();
     json.endArray();
-    json.beginArray("problems");
-    for (const std::string &problem : list.problems) {
-        exitCode = std::max<int>(exitCode, kExitInput);
-        json.string({}, problem);
-        if (!options.json) {
-            printMessage(problem);
-        }
-    }
-    json.endArray();
+    exitCode = std::max(exitCode, reportOnList(list, json, options.files.json));
     addSummary(json, summary);
     json.number("exitCode", exitCode);
     json.endObject();
-    if (options.json) {
+    if (options.files.json) {
         printOut(json.text() + "\n");
-    } else if (!options.quiet && (list.items.size() > 1 || options.files.recursive)) {
+    } else if (!options.quiet && (files.size() > 1 || options.files.recursive)) {
         printSummary(summary);
     }
     return exitCode;
@@ -149,8 +153,10 @@ void addConvertCommand(CLI::App &app, Action &chosen) {
     output.backupSuffix = ".orig";
     addFileOptions(*command, options->files);
     command
-        ->add_option("--from", options->from, "The encoding of the input, by name or code type; detected if not given")
+        ->add_option("-f,--from,--from-code", options->from,
+                     "The encoding of the input, by name or code type; detected if not given")
         ->option_text("NAME");
+    command->add_option("-t,--to-code", options->to, "What is written: UTF-8, and nothing else")->option_text("UTF-8");
     addDetectionOptions(*command, options->detection);
 
     CLI::Option *one = command->add_option("-o,--output", output.output, "Write here; - is standard output");
@@ -168,15 +174,17 @@ void addConvertCommand(CLI::App &app, Action &chosen) {
     one->excludes(inPlace)->excludes(folder)->excludes(suffix);
     inPlace->excludes(folder)->excludes(suffix);
     command->add_flag("--force", output.force, "Replace outputs that exist already");
+    command->add_flag("-n,--dry-run", output.dryRun, "Show what would become of the files, and write nothing");
 
     CLI::Option *add =
         command->add_flag("--to-utf8-bom", options->addMark, "Start the output with a byte order mark, never with two");
     command->add_flag("--strip-bom", options->stripMark, "Leave out a byte order mark")->excludes(add);
-    command->add_flag("--join-surrogates", options->joinSurrogates,
-                      "Write characters beyond U+FFFF as well-formed UTF-8, not in two halves");
-    command->add_flag("--strict", options->strict, "Write no file whose text would lose anything");
-    command->add_flag("-q,--quiet", options->quiet, "Print only errors and lost text");
-    command->add_flag("--json", options->json, "Answer with one JSON document");
+    command->add_flag("--keep-surrogates", options->keepSurrogates,
+                      "Write characters beyond U+FFFF in two halves, as the library does; not well-formed UTF-8");
+    command->add_flag("--join-surrogates", options->joinSurrogates)->group("");
+    command->add_flag("--strict", options->strict,
+                      "Write no file whose text would lose anything or not be well-formed UTF-8");
+    command->add_flag("-q,--quiet", options->quiet, "Print only errors, lost text and warnings");
     command->callback([options, &chosen] { chosen = [options] { return convertAll(*options); }; });
 }
 

@@ -1,54 +1,44 @@
 #pragma once
 
-#include "encoding_names.h"
 #include "errors.h"
-#include "guess.h"
-#include "losses.h"
+#include "output_file.h"
 #include "output_plan.h"
 #include "progress.h"
-#include "surrogates.h"
+#include "zutext.h"
 
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace zucli {
 
-enum class ByteOrderMark { keep, strip, add };
-
 struct ConvertSettings {
-    std::optional<NamedEncoding> from; // detected when not given
-    std::vector<int32_t> preferences;
-    size_t sample = kDefaultSample;
-    ByteOrderMark byteOrderMark = ByteOrderMark::keep;
-    bool joinSurrogates = false;
+    zutext_options text = {}; // what is pointed to lives as long as the settings are used
     bool strict = false;
+    bool dryRun = false;
 };
 
-// What became of one file.
+// What became of one file. Until a committer has given it its name, the finished output is still pending.
 struct ConvertOutcome {
     std::string file;
     std::string output;
     std::string backup;
-    Guess guess;
-    uint64_t inputBytes = 0;
-    uint64_t outputBytes = 0;
-    LossFinder losses;
-    uint64_t surrogatesAlone = 0; // that --join-surrogates found no partner for
-    std::string leftover;         // a character that the end of the file cut off
-    bool wrongByteOrder = false;
+    zutext_verdict verdict = {};
+    zutext_account account = {};
     bool unchanged = false; // in place, and already as it should be
+    bool refusedByStrict = false;
+    bool dryRun = false; // nothing was to be written
     bool written = false;
     bool wholeOrNothing = false; // does a failed output leave nothing behind?
     ExitCode exitCode = kExitOk;
     std::string error;
+    std::unique_ptr<OutputFile> pending;
 
-    [[nodiscard]] bool textLost() const { return losses.textLost() || !leftover.empty(); }
+    [[nodiscard]] bool failed() const { return !error.empty(); }
+    [[nodiscard]] bool textLost() const { return account.text_lost != 0; }
 };
 
-// Converts one file. Problems end up in the outcome, so that the other files can go on.
-ConvertOutcome convertFile(const InputItem &item, const ConvertSettings &settings, OutputPlanner &planner,
-                           Progress &progress);
+// Converts one file, on any thread. Problems end up in the outcome, so that the other files can go on.
+ConvertOutcome convertFile(const PlannedFile &file, const ConvertSettings &settings, Progress &progress);
 
 } // namespace zucli

@@ -1,16 +1,19 @@
-// Shows the reasoning of the library's detector, which is linked in beside the library for this purpose.
+// Lays out the facts that libzutext gives of an answer.
 #include "commands.h"
 
-#include "detector_cascade.h"
-#include "detector_vote.h"
-#include "encoding_names.h"
+#include "encodings.h"
 #include "errors.h"
-#include "guess.h"
 #include "input_file.h"
 #include "report.h"
+#include "text_stream.h"
+#include "verdicts.h"
 
 #include <algorithm>
+#include <array>
+#include <climits>
+#include <cstdint>
 #include <iomanip>
+#include <limits>
 #include <memory>
 #include <sstream>
 
@@ -18,13 +21,12 @@ namespace zucli {
 
 namespace {
 
-using namespace zucharset;
-
-constexpr const char *kFooter = R"(First the scores of the multibyte vote: the highest one wins if it reaches 66,
-and of equal ones the upper. If the winner names no encoding, the single-byte
-tests are asked in the order shown, and the first that accepts decides. Last,
-every single-byte encoding that defines all bytes of the text shows how the
-text reads in it, so that you can pick the right one for 'convert --from'.
+constexpr const char *kFooter = R"(First the library's own detection: the scores of the multibyte vote, of which
+the highest wins if it reaches 66, and of equal ones the upper; if the winner
+names no encoding, the single-byte tests in their order, of which the first that
+accepts decides. Then how the text reads: every reading that makes sense of it,
+the likeliest first, with what it costs more than the first, and what decides
+between the first two. Last the answer, and how to overrule it.
 
 Examples:
   zucharset explain movie.srt
@@ -34,32 +36,9 @@ Exit codes: 0 all right, 2 wrong usage, 3 the file cannot be read, 4 standard
 output cannot be written.
 )";
 
-struct Candidate {
-    DETECTOR_ENCODING_E index;
-    const char *name;
-};
-
-constexpr Candidate kCandidates[] = {
-    {DETECTOR_ENCODING_GB2312, "GB2312"},
-    {DETECTOR_ENCODING_GBK, "GBK"},
-    {DETECTOR_ENCODING_GB18030, "GB18030"},
-    {DETECTOR_ENCODING_HZ, "HZ"},
-    {DETECTOR_ENCODING_BIG5, "Big5"},
-    {DETECTOR_ENCODING_BIG5PLUS, "Big5-plus"},
-    {DETECTOR_ENCODING_ISO_2022_CN, "ISO-2022-CN"},
-    {DETECTOR_ENCODING_EUC_KR, "EUC-KR"},
-    {DETECTOR_ENCODING_CP949, "CP949"},
-    {DETECTOR_ENCODING_ISO_2022_KR, "ISO-2022-KR"},
-    {DETECTOR_ENCODING_EUC_JP, "EUC-JP"},
-    {DETECTOR_ENCODING_SJIS, "Shift_JIS"},
-    {DETECTOR_ENCODING_ISO_2022_JP, "ISO-2022-JP"},
-    {DETECTOR_ENCODING_UTF8, "UTF-8"},
-    {DETECTOR_ENCODING_ASCII, "ASCII"},
-};
-
 constexpr int kPointsPerColumn = 2;
 constexpr int kBarColumns = 110 / kPointsPerColumn; // no score is above 109
-constexpr int kThresholdColumn = DETECTOR_THRESHOLD / kPointsPerColumn;
+constexpr int kThresholdColumn = ZUTEXT_SCORE_NEEDED / kPointsPerColumn;
 
 std::string barOf(int score) {
     const int length = std::max(score, 0) / kPointsPerColumn;
@@ -72,134 +51,159 @@ std::string barOf(int score) {
     return bar;
 }
 
-std::string chartOf(const SCORES_S &scores, DETECTOR_ENCODING_E winner) {
+std::string chartOf(const zutext_explanation &facts) {
     std::ostringstream chart;
     chart << "Scores of the multibyte vote; 66, at the line, is needed\n";
-    for (const Candidate &candidate : kCandidates) {
-        const int score = scores.as32[candidate.index];
-        chart << (candidate.index == winner ? "> " : "  ") << std::left << std::setw(12) << candidate.name << std::right
-              << std::setw(4) << score << "  " << barOf(score) << "\n";
+    for (const zutext_score &score : facts.scores) {
+        chart << (score.won != 0 ? "> " : "  ") << std::left << std::setw(12) << score.name << std::right
+              << std::setw(4) << score.score << "  " << barOf(score.score) << "\n";
+    }
+    const auto *winner = std::ranges::find_if(facts.scores, [](const zutext_score &score) { return score.won != 0; });
+    if (winner == std::end(facts.scores)) {
+        chart << "No score reaches 66, so the single-byte tests decide.\n";
+    } else if (winner->encoding != 0) {
+        chart << winner->name << " wins and names code type " << winner->encoding << ", " << nameOf(winner->encoding)
+              << ".\n";
+    } else {
+        chart << winner->name << " wins, which names no encoding here, so the single-byte tests decide.\n";
     }
     return chart.str();
 }
 
-std::string verdictOf(DETECTOR_ENCODING_E winner) {
-    if (winner == DETECTOR_ENCODING_UNKNOWN) {
-        return "No score reaches 66, so the single-byte tests decide.\n";
+std::string refusalOf(const zutext_test &test) {
+    if (test.byte >= 0) {
+        std::ostringstream refusal;
+        refusal << "undefined byte " << std::hex << std::uppercase << std::setw(2) << std::setfill('0') << test.byte
+                << std::dec << " at offset " << test.refused;
+        return refusal.str();
     }
-    const auto *candidate = std::find_if(std::begin(kCandidates), std::end(kCandidates),
-                                         [winner](const Candidate &each) { return each.index == winner; });
-    const std::string name = candidate->name;
-    if (const int32_t codeType = guessEncoding(winner); codeType != 0) {
-        return name + " wins and names code type " + std::to_string(codeType) + ", " + nameOf(codeType) + ".\n";
-    }
-    return name + " wins, which names no encoding here, so the single-byte tests decide.\n";
+    return hasTrait(test.encoding, ZUTEXT_UNICODE)
+               ? "no byte order mark, no separator, and 90 of 100 bytes or more not ASCII in UTF-16"
+               : "too many signs and symbols";
 }
 
-// Why a test of the cascade refuses the text.
-std::string refusalOf(const CASCADE_ROW_S &row, Bytes text) {
-    if (row.pstKnown == nullptr) {
-        return "no byte order mark, no separator, and 90 of 100 bytes or more not ASCII in UTF-16";
-    }
-    const auto foreign =
-        std::find_if(text.begin(), text.end(), [&row](uint8_t byte) { return !row.pstKnown->has(byte); });
-    if (foreign == text.end()) {
-        return "too many signs and symbols";
-    }
-    std::ostringstream refusal;
-    refusal << "undefined byte " << std::hex << std::uppercase << std::setw(2) << std::setfill('0')
-            << static_cast<int>(*foreign) << std::dec << " at offset " << foreign - text.begin();
-    return refusal.str();
-}
-
-std::string cascadeOf(Bytes text) {
+std::string cascadeOf(const zutext_explanation &facts) {
     std::ostringstream cascade;
     cascade << "\nSingle-byte tests in their order\n";
-    for (const CASCADE_ROW_S &row : cascadeRows()) {
-        const bool accepts = row.pfnTest(text.data(), static_cast<int32_t>(text.size())) == 0;
-        cascade << (accepts ? "> " : "  ") << std::left << std::setw(14) << row.pszName
-                << (accepts ? "accepts: code type " + std::to_string(row.s32CodeType) + ", " + nameOf(row.s32CodeType)
-                            : "refuses: " + refusalOf(row, text))
+    for (const zutext_test &test : facts.tests) {
+        cascade << (test.decided != 0 ? "> " : "  ") << std::left << std::setw(14) << nameOf(test.encoding)
+                << (test.accepted != 0 ? "accepts: code type " + std::to_string(test.encoding)
+                                       : "refuses: " + refusalOf(test))
                 << "\n";
-        if (accepts) {
+        if (test.decided != 0) {
             break;
         }
     }
     return cascade.str();
 }
 
-// The first lines of the text that hold foreign bytes, which are the ones that tell encodings apart.
-std::vector<Bytes> tellingLines(Bytes text) {
-    constexpr size_t kLines = 2;
-    constexpr ptrdiff_t kLongest = 70;
-    std::vector<Bytes> lines;
-    for (auto start = text.begin(); start != text.end() && lines.size() < kLines;) {
-        const auto end = std::find_if(start, text.end(), [](uint8_t byte) { return byte == '\n' || byte == '\r'; });
-        if (std::any_of(start, end, [](uint8_t byte) { return byte >= 0x80; })) {
-            lines.emplace_back(start, start + std::min(end - start, kLongest));
-        }
-        start = end == text.end() ? end : end + 1;
+// Two lines of the text in an encoding, indented; empty where it cannot be shown.
+std::string previewIn(int32_t encoding, Bytes text) {
+    constexpr uint32_t kLines = 2;
+    std::array<char, 2048> lines = {};
+    if (zutext_preview(text.data(), text.size(), encoding, kLines, lines.data(), lines.size()) != ZUTEXT_OK) {
+        return {};
     }
-    return lines;
-}
-
-std::string previewIn(int32_t codeType, const std::vector<Bytes> &lines) {
-    Converter converter(codeType);
+    std::istringstream input(lines.data());
     std::string preview;
-    for (const Bytes line : lines) {
-        const Bytes output = converter.convert(line).output;
-        preview += "    " + printable({reinterpret_cast<const char *>(output.data()), output.size()}) + "\n";
+    for (std::string line; std::getline(input, line);) {
+        preview += "      " + printable(line) + "\n";
     }
     return preview;
 }
 
-// How the text reads in each single-byte encoding that defines all of its bytes; those that read alike together.
-std::string previewsOf(Bytes text) {
-    const std::vector<Bytes> lines = tellingLines(text);
-    if (lines.empty()) {
-        return "\nThe text is plain ASCII: it reads the same in every encoding.\n";
-    }
-    std::vector<std::pair<std::string, std::string>> groups; // preview, names
-    for (const Encoding &encoding : allEncodings()) {
-        if (encoding.test == nullptr || encoding.test(text.data(), static_cast<int32_t>(text.size())) != 0) {
-            continue;
-        }
-        const std::string preview = previewIn(encoding.codeType, lines);
-        const auto group =
-            std::find_if(groups.begin(), groups.end(), [&preview](const auto &each) { return each.first == preview; });
-        if (group == groups.end()) {
-            groups.emplace_back(preview, encoding.name);
-        } else {
-            group->second += ", " + std::string(encoding.name);
-        }
-    }
-    std::string previews = "\nHow the text reads in the single-byte encodings that define all of its bytes\n";
-    for (const auto &[preview, names] : groups) {
-        previews.append("  ").append(names).append("\n").append(preview);
-    }
-    return previews;
+std::string hundredths(int32_t value) {
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(2) << value / 100.0;
+    return text.str();
 }
 
-int explain(const std::string &path, size_t sampleSize) {
+std::string readingsOf(const zutext_verdict &verdict, Bytes text) {
+    std::string list;
+    for (int32_t i = 0; i < verdict.reading_count; ++i) {
+        const zutext_reading &reading = verdict.readings[i];
+        list += (i == 0 ? "> " : "  ") + readingName(reading) +
+                (i == 0 ? "" : ", costs " + hundredths(reading.cost) + " more") + "\n" +
+                previewIn(reading.encoding, text);
+    }
+    return list.empty() ? "" : "\nHow the text reads, the likeliest first; 4.00 more is sure\n" + list;
+}
+
+std::string differencesOf(const zutext_explanation &facts) {
+    if (facts.difference_count == 0) {
+        return {};
+    }
+    const zutext_verdict &verdict = facts.verdict;
+    std::ostringstream text;
+    text << "\nWhat decides between " << nameOf(verdict.readings[0].encoding) << " and "
+         << nameOf(verdict.readings[1].encoding) << "\n";
+    for (uint32_t i = 0; i < facts.difference_count; ++i) {
+        const zutext_difference &difference = facts.differences[i];
+        text << "  0x" << std::hex << std::uppercase << difference.byte << std::dec << " reads "
+             << printable(difference.first) << " in " << counted(difference.words, "word", "words") << ", or "
+             << printable(difference.second) << "\n";
+    }
+    return text.str();
+}
+
+std::string unitsOf(const zutext_explanation &facts) {
+    if (facts.utf16_units == 0) {
+        return {};
+    }
+    return "\nOf " + std::to_string(facts.utf16_units) + " units of 16 bits " + std::to_string(facts.utf16_ascii) +
+           " are ASCII and " + std::to_string(facts.utf16_letters) + " other letters of one script.\n";
+}
+
+std::string overruling(const zutext_verdict &verdict, const std::string &path) {
+    if (path == "-") {
+        return {};
+    }
+    const std::span<const zutext_reading> readings(verdict.readings, static_cast<size_t>(verdict.reading_count));
+    const auto other = std::ranges::find_if(readings, [&verdict](const zutext_reading &reading) {
+        return reading.encoding != verdict.encoding && hasTrait(reading.encoding, ZUTEXT_CONVERTIBLE);
+    });
+    const std::string name = other == readings.end() ? "NAME" : nameOf(other->encoding);
+    return "To overrule it: zucharset convert --from " + shellWord(name) + " " + shellWord(path) +
+           (other == readings.end() ? "  ('zucharset list' shows the names)\n" : "\n");
+}
+
+std::string conclusionOf(const zutext_verdict &verdict, const std::string &path) {
+    std::string text = "\nThe answer: ";
+    text += verdict.encoding == 0 ? "no encoding" : nameOf(verdict.encoding);
+    if (const std::string remark = remarkOn(verdict); !remark.empty()) {
+        text += " (" + remark + ")";
+    }
+    text += ", decided by: " + std::string(decidedBy(verdict)) + "\n";
+    if (verdict.library_code_type != 0) {
+        text += "The library alone (--plain): " + nameOf(verdict.library_code_type) + "\n";
+    }
+    return text + (verdict.kind == ZUTEXT_KIND_ASCII ? "" : overruling(verdict, path));
+}
+
+int explain(const std::string &path, DetectionOptions &options) {
+    options.complete();
     InputFile input(path);
-    const Bytes text = input.peek(sampleSize);
-    if (text.empty()) {
+    const Bytes text = input.peek(std::numeric_limits<size_t>::max());
+    const zutext_options textOptions = options.textOptions();
+    const auto facts = std::make_unique<zutext_explanation>();
+    if (const int32_t result = zutext_explain(text.data(), text.size(), &textOptions, facts.get());
+        result != ZUTEXT_OK) {
+        throwFailure(result, nullptr);
+    }
+    const zutext_verdict &verdict = facts->verdict;
+    if (verdict.kind == ZUTEXT_KIND_EMPTY) {
         printOut(printable(path) + ": empty file, which has no encoding\n");
         return kExitOk;
     }
-    const auto detector = std::make_unique<ZU_CHARSETDETECTOR_Common_S>();
-    _Detector_initialize_frequencies(*detector);
-    SCORES_S scores;
-    _Detector_scoreAll(*detector, {text.data(), static_cast<int32_t>(text.size())}, scores);
-    const DETECTOR_ENCODING_E winner = _Detector_winner(scores);
-    const bool named = guessEncoding(winner) != 0;
-
-    printOut(printable(path) + ": " + std::to_string(text.size()) + " bytes examined\n\n");
-    printOut(chartOf(scores, winner) + verdictOf(winner));
-    if (!named) {
-        printOut(cascadeOf(text));
+    const std::string from = verdict.sample_offset == 0 ? "" : " from offset " + std::to_string(verdict.sample_offset);
+    printOut(printable(path) + ": " + std::to_string(text.size()) + " bytes, " + std::to_string(facts->examined) +
+             " examined" + from + "\n\n");
+    printOut(chartOf(*facts) + (facts->vote_named != 0 ? "" : cascadeOf(*facts)));
+    printOut(readingsOf(verdict, text.subspan(verdict.sample_offset)) + differencesOf(*facts) + unitsOf(*facts));
+    printOut(conclusionOf(verdict, path));
+    if (const std::string remark = remarkOnHint(verdict, options.prefer, options.hintOrigin); !remark.empty()) {
+        printOut(remark + "\n");
     }
-    printOut(previewsOf(text));
     return kExitOk;
 }
 
@@ -209,16 +213,14 @@ void addExplainCommand(CLI::App &app, Action &chosen) {
     CLI::App *command = app.add_subcommand("explain", "Show why detection answers what it answers");
     command->footer(kFooter);
     struct Options {
-        std::string file;
-        size_t sample = kDefaultSample;
+        std::string file = "-";
+        DetectionOptions detection;
     };
     auto options = std::make_shared<Options>();
     command->add_option("FILE", options->file, "A file; - is standard input")->option_text(" ")->required();
-    command->add_option("--sample", options->sample, "Examine this much of the start of the file")
-        ->option_text("SIZE [1M]")
-        ->transform(CLI::AsSizeValue(false))
-        ->check(CLI::Range(size_t{1}, kLargestSample));
-    command->callback([options, &chosen] { chosen = [options] { return explain(options->file, options->sample); }; });
+    addDetectionOptions(*command, options->detection);
+    command->callback(
+        [options, &chosen] { chosen = [options] { return explain(options->file, options->detection); }; });
 }
 
 } // namespace zucli

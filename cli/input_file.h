@@ -1,6 +1,6 @@
 #pragma once
 
-#include "charset_host.h"
+#include "bytes.h"
 
 #include <cstdint>
 #include <string>

@@ -1,9 +1,10 @@
 #include "interrupts.h"
 
-#include <algorithm>
 #include <array>
-#include <climits>
+#include <csignal>
+#include <set>
 #include <string_view>
+#include <thread>
 #include <unistd.h>
 
 namespace zucli {
@@ -13,62 +14,83 @@ namespace {
 constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
 constexpr int kSignalExitBase = 128;
 
-// Read by the signal handler, which may use nothing that allocates.
-std::array<char, PATH_MAX> g_temporary = {};
+struct Record {
+    std::mutex mutex;
+    std::set<std::string> paths;
+    bool pipeSignalIgnored = false; // by the parent
+};
+
+// Never destroyed: the thread that waits for signals may outlive everything else.
+Record &record() {
+    static auto *instance = new Record;
+    return *instance;
+}
 
 void say(std::string_view text) {
     // Nothing can be done about a failure to say why the process ends.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
-extern "C" void endInterrupted(int signalNumber) {
-    say("zucharset: interrupted");
-    if (g_temporary[0] != '\0') {
-        unlink(g_temporary.data());
-        say("; the unfinished output was removed");
+size_t removeFilesOnRecord(const NameLock & /*held*/) {
+    const size_t count = record().paths.size();
+    for (const std::string &path : record().paths) {
+        unlink(path.c_str());
     }
-    say("\n");
-    _exit(kSignalExitBase + signalNumber);
+    record().paths.clear();
+    return count;
 }
 
-sigset_t handledSignals() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signalNumber : kSignals) {
-        sigaddset(&set, signalNumber);
+bool isIgnored(int signalNumber) {
+    struct sigaction action = {};
+    sigaction(signalNumber, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
+[[noreturn]] void waitForSignals(sigset_t signals) {
+    int signalNumber = 0;
+    while (sigwait(&signals, &signalNumber) != 0) {
     }
-    return set;
+    const NameLock lock;
+    const size_t removed = removeFilesOnRecord(lock);
+    say("zucharset: interrupted");
+    say(removed == 0 ? "\n" : "; the unfinished output was removed\n");
+    _exit(kSignalExitBase + signalNumber);
 }
 
 } // namespace
 
 void installSignalHandling() {
+    record().pipeSignalIgnored = isIgnored(SIGPIPE);
     // Writing reports both as errors, which say more and clean up.
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
-    struct sigaction action = {};
-    action.sa_handler = endInterrupted;
-    action.sa_mask = handledSignals();
+    sigset_t signals;
+    sigemptyset(&signals);
     for (const int signalNumber : kSignals) {
-        struct sigaction previous = {};
-        sigaction(signalNumber, nullptr, &previous);
         // A parent that had a signal ignored (nohup, a shell's background job) meant it.
-        if (previous.sa_handler != SIG_IGN) {
-            sigaction(signalNumber, &action, nullptr);
+        if (!isIgnored(signalNumber)) {
+            sigaddset(&signals, signalNumber);
         }
     }
+    // Every later thread inherits the mask, so only the one that waits for them sees these signals.
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::thread(waitForSignals, signals).detach();
 }
 
-SignalPause::SignalPause() {
-    const sigset_t set = handledSignals();
-    sigprocmask(SIG_BLOCK, &set, &m_previous);
-}
+NameLock::NameLock() : m_guard(record().mutex) {}
 
-SignalPause::~SignalPause() { sigprocmask(SIG_SETMASK, &m_previous, nullptr); }
+void putOnRecord(const NameLock & /*held*/, const std::string &path) { record().paths.insert(path); }
 
-void setTemporaryOnRecord(const std::string &path) {
-    g_temporary.fill('\0');
-    std::copy_n(path.begin(), std::min(path.size(), g_temporary.size() - 1), g_temporary.begin());
+void takeOffRecord(const NameLock & /*held*/, const std::string &path) { record().paths.erase(path); }
+
+void endByClosedPipe() {
+    if (record().pipeSignalIgnored) {
+        return;
+    }
+    const NameLock lock;
+    removeFilesOnRecord(lock);
+    std::signal(SIGPIPE, SIG_DFL);
+    raise(SIGPIPE);
 }
 
 } // namespace zucli

@@ -1,13 +1,13 @@
 #include "commands.h"
 
-#include "encoding_names.h"
+#include "encodings.h"
 #include "errors.h"
+#include "file_list.h"
 #include "report.h"
-#include "zucharset.h"
 
-#include <sstream>
-
+#include <algorithm>
 #include <iomanip>
+#include <sstream>
 
 namespace zucli {
 
@@ -18,22 +18,45 @@ constexpr const char *kFooter = R"(Names may be written in any case, with or wit
 without one.
 )";
 
+std::span<const zutext_language> allLanguages() {
+    size_t count = 0;
+    const zutext_language *languages = zutext_languages(&count);
+    return {languages, count};
+}
+
+bool has(const zutext_encoding &encoding, uint32_t trait) { return (encoding.traits & trait) != 0; }
+
 int listAsJson() {
     JsonWriter json;
     json.beginObject();
     json.beginArray("encodings");
-    for (const Encoding &encoding : allEncodings()) {
+    for (const zutext_encoding &encoding : allEncodings()) {
         json.beginObject();
-        json.number("codeType", encoding.codeType);
+        if (has(encoding, ZUTEXT_CONVERTIBLE)) {
+            json.number("codeType", encoding.id);
+        } else {
+            json.null("codeType");
+        }
         json.string("encoding", encoding.name);
         json.string("description", encoding.description);
-        json.boolean("detected", encoding.reported);
-        json.beginArray("aliases");
-        std::istringstream aliases{std::string(encoding.aliases)};
-        for (std::string alias; aliases >> alias;) {
-            json.string({}, alias);
+        json.boolean("converted", has(encoding, ZUTEXT_CONVERTIBLE));
+        json.boolean("detected", has(encoding, ZUTEXT_RECOGNISED));
+        json.boolean("detectedPlain", has(encoding, ZUTEXT_NAMED_ALONE));
+        json.strings("aliases", splitList(encoding.aliases, ' '));
+        if (encoding.iconv_name != nullptr) {
+            json.string("iconvName", encoding.iconv_name);
         }
-        json.endArray();
+        if (encoding.caveat != nullptr) {
+            json.string("caveat", encoding.caveat);
+        }
+        json.endObject();
+    }
+    json.endArray();
+    json.beginArray("languages");
+    for (const zutext_language &language : allLanguages()) {
+        json.beginObject();
+        json.string("code", language.code);
+        json.string("name", language.name);
         json.endObject();
     }
     json.endArray();
@@ -42,22 +65,51 @@ int listAsJson() {
     return kExitOk;
 }
 
-int listAsText() {
-    std::ostringstream text;
-    text << "code  encoding      detected  description\n";
-    for (int32_t codeType = ZU_CHARSET_GetMinCodetype(); codeType <= ZU_CHARSET_GetMaxCodetype(); ++codeType) {
-        text << std::setw(4) << codeType << "  ";
-        const Encoding *encoding = findByCodeType(codeType);
-        if (encoding == nullptr) {
-            text << "(not assigned)\n";
+void listConverted(std::ostringstream &text) {
+    text << "code  encoding      --plain  description\n";
+    for (const zutext_encoding &encoding : allEncodings()) {
+        if (!has(encoding, ZUTEXT_CONVERTIBLE)) {
             continue;
         }
-        text << std::left << std::setw(14) << encoding->name << std::setw(10) << (encoding->reported ? "yes" : "never")
-             << encoding->description << "\n"
-             << std::right << std::string(6, ' ') << encoding->aliases << "\n";
+        text << std::right << std::setw(4) << encoding.id << "  " << std::left << std::setw(14) << encoding.name
+             << std::setw(9) << (has(encoding, ZUTEXT_NAMED_ALONE) ? "yes" : "never") << encoding.description << "\n"
+             << "      " << encoding.aliases << "\n";
+        if (encoding.caveat != nullptr) {
+            text << "      Its table is not complete: " << encoding.caveat << "\n";
+        }
     }
-    text << "\n'never': another encoding that accepts the same bytes is asked first. Such an encoding can be named\n"
-            "with --from, or as a hint with --prefer.\n";
+    text << "\n--plain never: the library alone asks another encoding first that accepts the same\nbytes.\n";
+}
+
+void listKnown(std::ostringstream &text) {
+    text << "\nKnown, but not converted; those with a * are recognised\n";
+    for (const zutext_encoding &encoding : allEncodings()) {
+        if (!has(encoding, ZUTEXT_CONVERTIBLE)) {
+            text << (has(encoding, ZUTEXT_RECOGNISED) ? "   *  " : "      ") << std::left << std::setw(14)
+                 << encoding.name << encoding.description << "\n";
+        }
+    }
+}
+
+void listLanguages(std::ostringstream &text) {
+    constexpr size_t kColumn = 26;
+    constexpr size_t kColumns = 3;
+    text << "\nLanguages that --prefer takes\n";
+    size_t column = 0;
+    for (const zutext_language &language : allLanguages()) {
+        const std::string entry = std::string(language.code) + " " + language.name;
+        const bool last = ++column % kColumns == 0;
+        text << (column % kColumns == 1 ? "      " : "") << entry
+             << (last ? "\n" : std::string(kColumn - std::min(entry.size(), kColumn - 1), ' '));
+    }
+    text << (column % kColumns == 0 ? "" : "\n");
+}
+
+int listAsText() {
+    std::ostringstream text;
+    listConverted(text);
+    listKnown(text);
+    listLanguages(text);
     printOut(text.str());
     return kExitOk;
 }
@@ -65,7 +117,7 @@ int listAsText() {
 } // namespace
 
 void addListCommand(CLI::App &app, Action &chosen) {
-    CLI::App *command = app.add_subcommand("list", "Show the code types with their names and aliases");
+    CLI::App *command = app.add_subcommand("list", "Show the encodings with their names, and the languages");
     command->footer(kFooter);
     auto json = std::make_shared<bool>(false);
     command->add_flag("--json", *json, "Answer with one JSON document");

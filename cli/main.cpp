@@ -1,12 +1,12 @@
 #include "commands.h"
 #include "errors.h"
-#include "file_list.h"
-#include "guess.h"
 #include "interrupts.h"
 #include "report.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
+#include <unistd.h>
 
 #ifndef ZUCHARSET_VERSION
 #define ZUCHARSET_VERSION "unknown"
@@ -17,6 +17,7 @@ namespace zucli {
 namespace {
 
 constexpr const char *kFooter = R"(Examples:
+  zucharset movie.srt
   zucharset detect *.srt
   zucharset convert movie.srt > movie.utf8.srt
   zucharset convert -r --in-place ~/Videos
@@ -26,21 +27,35 @@ constexpr const char *kFooter = R"(Examples:
 Exit codes; with several files the highest one counts:
   0    all right
   1    converted, but text was lost: characters without a meaning in the
-       encoding, or a character that the end of the file cuts off
+       encoding, malformed ones, or one that the end of the file cuts off
   2    wrong usage: unknown option, encoding or combination
   3    an input file or folder cannot be read
   4    an output cannot be written, or exists already
-  5    the library refused to detect or convert
+  5    not converted: no text, or in an encoding that is not supported
   6    another failure, such as no memory
   129, 130, 143
        ended by SIGHUP, SIGINT (Ctrl-C) or SIGTERM; an unfinished output file
        is removed
 
+ZUCHARSET_PREFER in the environment stands for --prefer where that is not given.
 VEMORA_LOG=1 to 6 in the environment shows the log lines of the library on
 standard error, 6 the most.
 )";
 
-int run(int argc, char **argv) {
+// "zucharset movie.srt" alone is a question: what is this, and how is it converted?
+bool asksAboutFile(const CLI::App &app, const std::vector<std::string> &arguments) {
+    if (arguments.empty() || (arguments.front().starts_with('-') && arguments.front() != "-") ||
+        !app.get_subcommands([&](const CLI::App *each) { return each->get_name() == arguments.front(); }).empty()) {
+        return false;
+    }
+    if (arguments.front() != "-" && access(arguments.front().c_str(), F_OK) != 0) {
+        throw CommandError(kExitUsage, printable(arguments.front()) +
+                                           ": is neither a command nor a file ('zucharset --help' shows the commands)");
+    }
+    return true;
+}
+
+int run(std::vector<std::string> arguments) {
     installSignalHandling();
     CLI::App app("Finds the encoding of subtitle and text files and converts them to UTF-8.", "zucharset");
     app.footer(kFooter);
@@ -49,10 +64,15 @@ int run(int argc, char **argv) {
     Action chosen;
     addDetectCommand(app, chosen);
     addConvertCommand(app, chosen);
+    addRestoreCommand(app, chosen);
     addExplainCommand(app, chosen);
     addListCommand(app, chosen);
+    if (asksAboutFile(app, arguments)) {
+        arguments.insert(arguments.begin(), {"detect", "--advise"});
+    }
     try {
-        app.parse(argc, argv);
+        std::ranges::reverse(arguments); // the parser takes them from the end
+        app.parse(std::move(arguments));
     } catch (const CLI::ParseError &error) {
         errno = 0;
         const bool answered = app.exit(error) == 0; // --help and --version come as errors too
@@ -66,31 +86,11 @@ int run(int argc, char **argv) {
 
 } // namespace
 
-void addDetectionOptions(CLI::App &command, DetectionOptions &options) {
-    options.sample = kDefaultSample;
-    command
-        .add_option("--prefer", options.prefer,
-                    "A hint for single-byte texts: the first of these that defines every byte wins")
-        ->option_text("NAME[,NAME...]");
-    command.add_option("--sample", options.sample, "Detect by this much of the start of a file; 64K and 2M work too")
-        ->option_text("SIZE [1M]")
-        ->transform(CLI::AsSizeValue(false))
-        ->check(CLI::Range(size_t{1}, kLargestSample));
-}
-
-void addFileOptions(CLI::App &command, FileOptions &options) {
-    options.extensions = kDefaultExtensions;
-    command.add_option("FILE", options.files, "Files; - is standard input")->option_text("...")->required();
-    command.add_flag("-r,--recursive", options.recursive, "Take the files in folders, and in the folders in them");
-    command.add_option("--ext", options.extensions, "In folders, take only files with these extensions")
-        ->option_text(std::string("LIST [") + kDefaultExtensions + "]");
-}
-
 } // namespace zucli
 
 int main(int argc, char **argv) {
     try {
-        return zucli::run(argc, argv);
+        return zucli::run({argv + 1, argv + argc});
     } catch (const zucli::CommandError &error) {
         zucli::printMessage(error.what());
         return error.exitCode();

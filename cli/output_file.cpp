@@ -1,13 +1,11 @@
 #include "output_file.h"
 
 #include "errors.h"
-#include "interrupts.h"
 #include "report.h"
 
+#include <array>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
@@ -19,37 +17,44 @@ namespace {
 constexpr mode_t kPermissionBits = 07777;
 constexpr mode_t kNewFileMode = 0666;
 
-// A link is followed, so that the file behind it is replaced and the link stays.
-std::string resolve(const std::string &path) {
-    char *resolved = realpath(path.c_str(), nullptr);
-    if (resolved == nullptr) {
-        return path;
-    }
-    std::string result(resolved);
-    std::free(resolved);
-    return result;
-}
-
-// Renames unless there is a file under the new name; gives 0 or an errno value.
-int renameToFreeName(const std::string &from, const std::string &to) {
-    if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) {
-        return 0;
-    }
-    if (errno != EINVAL && errno != ENOSYS) {
-        return errno;
-    }
-    // Some file systems do not know this kind of rename; looking first is the next best thing.
-    struct stat status = {};
-    if (lstat(to.c_str(), &status) == 0) {
-        return EEXIST;
-    }
-    return rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
-}
-
 mode_t newFileMode() {
-    const mode_t mask = umask(0);
-    umask(mask);
+    // The mask can only be read by setting it, so it is read once. Temporary files do not depend on it.
+    static const mode_t mask = [] {
+        const mode_t current = umask(0);
+        umask(current);
+        return current;
+    }();
     return kNewFileMode & ~mask;
+}
+
+bool isSameFile(const struct stat &a, const struct stat &b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
+
+bool isSameState(const struct stat &a, const struct stat &b) {
+    return isSameFile(a, b) && a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+// Only root may give a file away; for everyone else the new file simply belongs to its writer. File systems without
+// permissions refuse to set them, and lose nothing by it.
+void setOwnerAndMode(int descriptor, const struct stat &like) {
+    [[maybe_unused]] const int owner = fchown(descriptor, like.st_uid, like.st_gid);
+    [[maybe_unused]] const int mode = fchmod(descriptor, like.st_mode & kPermissionBits);
+}
+
+int copyContent(int from, int to) {
+    std::array<uint8_t, size_t{64} * 1024> buffer = {};
+    for (;;) {
+        const ssize_t count = read(from, buffer.data(), buffer.size());
+        if (count == 0) {
+            return 0;
+        }
+        if (count < 0 && errno != EINTR) {
+            return errno;
+        }
+        if (count > 0 && !writeAll(to, Bytes(buffer).first(static_cast<size_t>(count)))) {
+            return errno;
+        }
+    }
 }
 
 } // namespace
@@ -67,106 +72,81 @@ bool writeAll(int descriptor, Bytes bytes) {
     return true;
 }
 
-OutputFile::OutputFile(OutputTarget target) : m_target(std::move(target)) {
+OutputFile::OutputFile(OutputTarget target, const struct stat &input) : m_target(std::move(target)) {
     if (m_target.path == "-") {
-        m_descriptor = STDOUT_FILENO;
+        m_direct = STDOUT_FILENO;
         return;
     }
-    m_target.path = resolve(m_target.path);
     m_replaces = stat(m_target.path.c_str(), &m_replaced) == 0;
-    if (m_replaces && S_ISDIR(m_replaced.st_mode)) {
-        fail("cannot write", EISDIR);
-    }
     if (m_replaces && !S_ISREG(m_replaced.st_mode)) {
-        m_descriptor = open(m_target.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
-        if (m_descriptor < 0) {
+        m_direct = open(m_target.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+        if (m_direct < 0) {
             fail("cannot open for writing", errno);
         }
         return;
     }
-    if (m_replaces && !m_target.mayReplace) {
-        throw CommandError(kExitOutput, printable(m_target.path) + ": exists already; --force replaces it");
+    if (m_target.inPlace) {
+        m_replaced = input;
     }
-    createTemporary();
+    if (const int error = m_temporary.create(folderOf(m_target.path)); error != 0) {
+        fail("cannot create a file in its folder", error);
+    }
 }
 
-OutputFile::~OutputFile() { discard(); }
-
-void OutputFile::createTemporary() {
-    const size_t slash = m_target.path.rfind('/');
-    m_folder = slash == std::string::npos ? "." : m_target.path.substr(0, slash + 1);
-    std::string name = (slash == std::string::npos ? "" : m_folder) + ".zucharset-XXXXXX";
-
-    const SignalPause pause;
-    m_descriptor = mkostemp(name.data(), O_CLOEXEC);
-    if (m_descriptor < 0) {
-        fail("cannot create a file in its folder", errno);
+OutputFile::~OutputFile() {
+    if (m_direct >= 0 && m_direct != STDOUT_FILENO) {
+        close(m_direct);
     }
-    m_temporary = std::move(name);
-    setTemporaryOnRecord(m_temporary);
+    if (m_temporary.exists()) {
+        dropBackup();
+    }
 }
 
 void OutputFile::write(Bytes bytes) {
-    if (!writeAll(m_descriptor, bytes)) {
-        fail("cannot write at offset " + std::to_string(m_offset), errno);
+    if (!writeAll(isTemporary() ? m_temporary.descriptor() : m_direct, bytes)) {
+        const int error = errno;
+        if (m_direct == STDOUT_FILENO && error == EPIPE) {
+            endByClosedPipe();
+        }
+        fail("cannot write at offset " + std::to_string(m_offset), error);
     }
     m_offset += bytes.size();
 }
 
-void OutputFile::commit() {
-    if (m_temporary.empty()) {
-        const int descriptor = std::exchange(m_descriptor, -1);
+void OutputFile::finish() {
+    if (!isTemporary()) {
+        const int descriptor = std::exchange(m_direct, -1);
         if (descriptor != STDOUT_FILENO && close(descriptor) != 0) {
             fail("cannot finish writing", errno);
         }
         return;
     }
-    keepAttributes();
-    // The data must be safe before the name points at it, or a power cut could leave an empty file under the name.
-    if (fsync(m_descriptor) != 0 || close(std::exchange(m_descriptor, -1)) != 0) {
+    const int descriptor = m_temporary.descriptor();
+    if (m_replaces) {
+        setOwnerAndMode(descriptor, m_replaced);
+    } else {
+        [[maybe_unused]] const int mode = fchmod(descriptor, newFileMode());
+    }
+    // Only a beginning, which saves time later; what comes of it shows when the file is synced.
+    sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WRITE);
+    if (fstat(descriptor, &m_written) != 0) {
         fail("cannot finish writing", errno);
     }
-    const SignalPause pause;
-    if (!m_target.backupSuffix.empty()) {
-        makeBackup();
-    }
-    takeName();
-    m_temporary.clear();
-    setTemporaryOnRecord({});
-    if (const int folder = open(m_folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); folder >= 0) {
-        // Some file systems cannot sync a folder; the file itself is in place all the same.
-        fsync(folder);
-        close(folder);
-    }
 }
 
-void OutputFile::keepAttributes() {
-    if (m_replaces) {
-        // Only root may give a file away; for everyone else the new file simply belongs to its writer.
-        [[maybe_unused]] const int kept = fchown(m_descriptor, m_replaced.st_uid, m_replaced.st_gid);
-    }
-    const mode_t mode = m_replaces ? m_replaced.st_mode & kPermissionBits : newFileMode();
-    // File systems without permissions refuse this, and lose nothing by it.
-    [[maybe_unused]] const int kept = fchmod(m_descriptor, mode);
+bool OutputFile::isBackup(const std::string &path) const {
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0 && isSameFile(status, m_replaced);
 }
 
-void OutputFile::makeBackup() {
+// Tries name.orig, name.orig.1 and so on; `take` gives 0 or an errno value, EEXIST to try the next.
+template <class Take> std::string OutputFile::takeFreeBackupName(Take take) const {
     const std::string base = m_target.path + m_target.backupSuffix;
     std::string name = base;
     for (int number = 1; number < INT_MAX; ++number) {
-        // A link leaves the original under its own name until the new file takes it.
-        if (link(m_target.path.c_str(), name.c_str()) == 0) {
-            m_backupPath = name;
-            return;
-        }
-        int error = errno;
-        if (error == EPERM || error == EOPNOTSUPP || error == EMLINK) {
-            // No hard links here: move the original aside instead.
-            error = renameToFreeName(m_target.path, name);
-        }
+        const int error = take(name);
         if (error == 0) {
-            m_backupPath = name;
-            return;
+            return name;
         }
         if (error != EEXIST) {
             fail("cannot keep a backup as " + printable(name), error);
@@ -176,37 +156,90 @@ void OutputFile::makeBackup() {
     fail("cannot find a free backup name", EEXIST);
 }
 
-void OutputFile::takeName() {
-    if (!m_target.mayReplace) {
-        // The name was free when we looked; a file that has come into being since is not ours to replace.
-        if (const int error = renameToFreeName(m_temporary, m_target.path); error != 0) {
-            fail("cannot take its name", error);
+// A second name for the original, which keeps its own until the new file takes it. Where there are no second names it
+// is copied.
+void OutputFile::keepOriginal() {
+    if (m_target.backupSuffix.empty()) {
+        return;
+    }
+    checkUnchanged();
+    bool copy = false;
+    const std::string name = takeFreeBackupName([this, &copy](const std::string &path) {
+        const NameLock lock;
+        if (link(m_target.path.c_str(), path.c_str()) == 0) {
+            putOnRecord(lock, path);
+            m_ownBackup = true;
+            return 0;
         }
-        return;
+        if (errno == EEXIST && isBackup(path)) {
+            return 0; // left by a run that was killed between two steps
+        }
+        copy = errno == EPERM || errno == EOPNOTSUPP || errno == EMLINK || errno == ENOSYS;
+        return copy ? 0 : errno;
+    });
+    if (copy) {
+        copyOriginal();
+    } else {
+        m_backupPath = name;
     }
-    if (rename(m_temporary.c_str(), m_target.path.c_str()) == 0) {
-        return;
-    }
-    const int error = errno;
-    if (!m_backupPath.empty()) {
-        // Where the original was moved aside for the backup it goes back; where it was linked its name is taken.
-        [[maybe_unused]] const int restored = renameToFreeName(m_backupPath, m_target.path);
-    }
-    fail("cannot replace", error);
 }
 
-void OutputFile::discard() {
-    if (m_descriptor >= 0 && m_descriptor != STDOUT_FILENO) {
-        close(m_descriptor);
+void OutputFile::copyOriginal() {
+    int error = m_backupCopy.create(folderOf(m_target.path));
+    const int original = open(m_target.path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (error == 0) {
+        error = original < 0 ? errno : copyContent(original, m_backupCopy.descriptor());
     }
-    m_descriptor = -1;
-    if (m_temporary.empty()) {
-        return;
+    if (original >= 0) {
+        close(original);
     }
-    const SignalPause pause;
-    unlink(m_temporary.c_str());
-    setTemporaryOnRecord({});
-    m_temporary.clear();
+    if (error != 0) {
+        fail("cannot keep a backup", error);
+    }
+    setOwnerAndMode(m_backupCopy.descriptor(), m_replaced);
+    const std::array<struct timespec, 2> times = {m_replaced.st_atim, m_replaced.st_mtim};
+    futimens(m_backupCopy.descriptor(), times.data());
+}
+
+void OutputFile::nameBackupCopy() {
+    m_backupPath = takeFreeBackupName([this](const std::string &path) {
+        const NameLock lock;
+        const int error = m_backupCopy.takeName(lock, path, false);
+        m_ownBackup = error == 0;
+        return error;
+    });
+}
+
+void OutputFile::checkUnchanged() const {
+    struct stat status = {};
+    if (m_target.inPlace && (stat(m_target.path.c_str(), &status) != 0 || !isSameState(status, m_replaced))) {
+        throw CommandError(kExitOutput, printable(m_target.path) +
+                                            ": changed while it was converted; try again when nothing writes to it");
+    }
+}
+
+void OutputFile::takeName() {
+    checkUnchanged();
+    const NameLock lock;
+    // A name that was free when we looked may have been taken since; that file is not ours to replace.
+    if (const int error = m_temporary.takeName(lock, m_target.path, m_target.mayReplace); error == EEXIST) {
+        throw CommandError(kExitOutput,
+                           printable(m_target.path) + ": has come into being meanwhile; --force replaces it");
+    } else if (error != 0) {
+        fail(m_replaces ? "cannot replace" : "cannot take its name", error);
+    }
+    takeOffRecord(lock, m_backupPath);
+}
+
+// The original still stands under its own name.
+void OutputFile::dropBackup() {
+    if (m_ownBackup) {
+        const NameLock lock;
+        unlink(m_backupPath.c_str());
+        takeOffRecord(lock, m_backupPath);
+        m_ownBackup = false;
+    }
+    m_backupPath.clear();
 }
 
 void OutputFile::fail(const std::string &action, int errorNumber) const {

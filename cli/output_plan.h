@@ -1,11 +1,14 @@
 #pragma once
 
+#include "errors.h"
 #include "file_list.h"
 #include "output_file.h"
 
+#include <map>
+#include <optional>
 #include <set>
 #include <string>
-#include <sys/stat.h>
+#include <vector>
 
 namespace zucli {
 
@@ -17,25 +20,41 @@ struct OutputRules {
     std::string backupSuffix;
     bool inPlace = false;
     bool force = false;
+    bool dryRun = false;
 
     [[nodiscard]] bool toStandardOutput() const { return output == "-"; }
 };
 
-// Finds the output of each input, and keeps inputs and earlier results of the same run from being overwritten.
+// movieSUFFIX.srt for movie.srt.
+std::string withSuffix(const std::string &path, const std::string &suffix);
+
+// An input with its output, or with the reason why it gets none.
+struct PlannedFile {
+    InputItem input;
+    OutputTarget target = {};
+    std::string output = {}; // its name as the user would write it
+    std::optional<CommandError> refusal = {};
+};
+
+// Finds the output of each input before any work begins, so that it does not depend on which file is done first. No
+// output is an input of the same run or the output of another.
 class OutputPlanner {
   public:
-    explicit OutputPlanner(OutputRules rules) : m_rules(std::move(rules)) {}
+    OutputPlanner(OutputRules rules, const std::vector<InputItem> &inputs);
 
     // Makes the folder of the output where --out-dir asks for it.
-    OutputTarget plan(const InputItem &input, const struct stat &inputStatus);
-
-    [[nodiscard]] const OutputRules &rules() const { return m_rules; }
+    PlannedFile plan(InputItem input);
 
   private:
+    OutputTarget targetInPlace(const InputItem &input);
+    OutputTarget targetFor(const InputItem &input, const std::string &path);
     [[nodiscard]] std::string outputPath(const InputItem &input) const;
+    std::string realPath(const std::string &path);
 
     OutputRules m_rules;
-    std::set<std::string> m_used;
+    std::set<FileId> m_inputs;
+    std::set<std::string> m_outputs;
+    std::map<std::string, std::string> m_realFolders;
 };
 
 } // namespace zucli

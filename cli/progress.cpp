@@ -26,28 +26,22 @@ Progress::Progress(bool wanted, size_t files, uint64_t bytes)
     : m_enabled(wanted && isatty(STDERR_FILENO) == 1), m_files(files), m_bytes(bytes),
       m_nextShow(Clock::now() + kDelay) {}
 
-void Progress::advance(uint64_t bytes) {
-    m_bytesDone += bytes;
+void Progress::update() {
     if (m_enabled && Clock::now() >= m_nextShow) {
         show();
         m_nextShow = Clock::now() + kInterval;
     }
 }
 
-void Progress::finishFile() {
-    ++m_filesDone;
-    advance(0);
-}
-
 void Progress::show() {
     std::string line = "\r\033[K";
     if (m_bytes > 0) {
-        const uint64_t done = std::min(m_bytesDone, m_bytes);
+        const uint64_t done = std::min(m_bytesDone.load(), m_bytes);
         const auto filled = static_cast<size_t>(static_cast<double>(done) / static_cast<double>(m_bytes) * kBarWidth);
         line += "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] ";
     }
-    line += std::to_string(m_filesDone) + " of " + std::to_string(m_files) + " files, " +
-            std::to_string(m_bytesDone / 1024) + " KiB";
+    line += std::to_string(m_filesDone.load()) + " of " + std::to_string(m_files) + " files, " +
+            std::to_string(m_bytesDone.load() / 1024) + " KiB";
     writeError(line);
     m_shown = true;
 }

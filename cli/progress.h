@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -7,7 +8,7 @@
 namespace zucli {
 
 // A line on standard error that shows how far long work has come. Shown only on a terminal, and not before the work
-// has taken half a second.
+// has taken half a second. Any thread may count; one shows.
 class Progress {
   public:
     Progress(bool wanted, size_t files, uint64_t bytes);
@@ -15,8 +16,10 @@ class Progress {
     Progress(const Progress &) = delete;
     Progress &operator=(const Progress &) = delete;
 
-    void advance(uint64_t bytes);
-    void finishFile();
+    void advance(uint64_t bytes) { m_bytesDone += bytes; }
+    void finishFile() { ++m_filesDone; }
+    // Renews the line when it is time to.
+    void update();
     // Takes the line away, so that something else can be printed.
     void clear();
 
@@ -27,9 +30,9 @@ class Progress {
     bool m_enabled;
     bool m_shown = false;
     size_t m_files;
-    size_t m_filesDone = 0;
+    std::atomic<size_t> m_filesDone = 0;
     uint64_t m_bytes;
-    uint64_t m_bytesDone = 0;
+    std::atomic<uint64_t> m_bytesDone = 0;
     Clock::time_point m_nextShow;
 };
 

@@ -1,8 +1,10 @@
 #include "report.h"
 
 #include "errors.h"
+#include "interrupts.h"
 #include "output_file.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <unistd.h>
@@ -17,6 +19,22 @@ std::string hexByte(char byte) {
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     const auto value = static_cast<uint8_t>(byte);
     return {kDigits[value >> 4], kDigits[value & 0x0F]};
+}
+
+std::string base64(std::string_view bytes) {
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string result;
+    for (size_t i = 0; i < bytes.size(); i += 3) {
+        uint32_t bits = 0;
+        for (size_t j = i; j < i + 3; ++j) {
+            bits = bits << 8 | (j < bytes.size() ? static_cast<uint8_t>(bytes[j]) : 0U);
+        }
+        const size_t digits = std::min<size_t>(bytes.size() - i, 3) + 1;
+        for (size_t j = 0; j < 4; ++j) {
+            result += j < digits ? kDigits[bits >> (18 - 6 * j) & 0x3F] : '=';
+        }
+    }
+    return result;
 }
 
 bool isContinuation(char byte) { return (static_cast<uint8_t>(byte) & 0xC0) == 0x80; }
@@ -66,6 +84,24 @@ std::string printable(std::string_view text) {
     return result;
 }
 
+std::string shellWord(std::string_view name) {
+    const auto isPlain = [](char c) {
+        return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') ||
+               std::string_view("_./+,@%=:-").find(c) != std::string_view::npos;
+    };
+    const std::string start = name.starts_with('-') && name != "-" ? "./" : "";
+    if (!name.empty() && std::all_of(name.begin(), name.end(), isPlain)) {
+        return start + std::string(name);
+    }
+    const bool escapes = printable(name) != name;
+    std::string word;
+    for (const char c : name) {
+        const bool special = c == '\'' || (escapes && c == '\\');
+        word += special ? (escapes ? std::string("\\") + c : "'\\''") : std::string(1, c);
+    }
+    return start + (escapes ? "$'" + printable(word) : "'" + word) + "'";
+}
+
 std::string hexBytes(std::string_view bytes) {
     std::string result;
     for (const char byte : bytes) {
@@ -76,6 +112,10 @@ std::string hexBytes(std::string_view bytes) {
 
 void printOut(std::string_view text) {
     if (!writeAll(STDOUT_FILENO, asBytes(text))) {
+        if (errno == EPIPE) {
+            endByClosedPipe();
+            errno = EPIPE;
+        }
         throw CommandError(kExitOutput, systemMessage("standard output: cannot write", errno));
     }
 }
@@ -84,6 +124,10 @@ void printMessage(std::string_view message) {
     const std::string line = "zucharset: " + std::string(message) + "\n";
     // When even standard error is gone, the exit code still tells.
     [[maybe_unused]] const bool written = writeAll(STDERR_FILENO, asBytes(line));
+}
+
+std::string counted(uint64_t count, std::string_view singular, std::string_view plural) {
+    return std::to_string(count) + " " + std::string(count == 1 ? singular : plural);
 }
 
 void JsonWriter::start(std::string_view key) {
@@ -149,6 +193,12 @@ void JsonWriter::number(std::string_view key, int64_t value) {
     m_text += std::to_string(value);
 }
 
+void JsonWriter::hundredths(std::string_view key, int32_t value) {
+    start(key);
+    const std::string digits = std::to_string(value % 100);
+    m_text += std::to_string(value / 100) + (digits.size() < 2 ? ".0" : ".") + digits;
+}
+
 void JsonWriter::boolean(std::string_view key, bool value) {
     start(key);
     m_text += value ? "true" : "false";
@@ -159,12 +209,20 @@ void JsonWriter::null(std::string_view key) {
     m_text += "null";
 }
 
+void JsonWriter::strings(std::string_view key, const std::vector<std::string> &values) {
+    beginArray(key);
+    for (const std::string &value : values) {
+        string({}, value);
+    }
+    endArray();
+}
+
 void JsonWriter::fileName(std::string_view key, std::string_view name) {
     string(key, name);
     for (std::string_view rest = name; !rest.empty();) {
         const size_t length = sequenceLength(rest);
         if (length == 0) {
-            string(std::string(key) + "Hex", hexBytes(name));
+            string(std::string(key) + "Base64", base64(name));
             return;
         }
         rest.remove_prefix(length);

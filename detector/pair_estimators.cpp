@@ -52,8 +52,8 @@ bool pairsCanReach(const TARGET_S &stTarget) {
     const double f64Pairs = (stTarget.stCensus.s32LeastForeign - 1) / 2.0;
     if (f64Weighty >= f64Pairs)
         return true;
-    const double f64Part = f64Weighty / f64Pairs;
-    return std::max(50 * f64Part + 60, 50 + 60 * f64Part) + 1 >= stTarget.s32Score;
+    const double f64Share = (f64Weighty + 1) / (f64Pairs + 1); // both counts start at one
+    return std::max(50 * f64Share + 60, 50 + 60 * f64Weighty / f64Pairs) + 1 >= stTarget.s32Score;
 }
 
 // --- The survey ---

@@ -48,8 +48,10 @@ if(TARGET zucharset_cli)
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT command)
     install(FILES completions/zucharset.zsh RENAME _zucharset
         DESTINATION ${ZUCHARSET_ZSH_COMPLETIONS_DIR} COMPONENT command)
+    install(FILES integrations/mpv/zucharset.lua DESTINATION ${CMAKE_INSTALL_DATADIR}/zucharset/mpv COMPONENT mpv)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)
+    include(${PROJECT_SOURCE_DIR}/python/install.cmake)
     include(${CMAKE_CURRENT_LIST_DIR}/packages.cmake)
 endif()

@@ -39,16 +39,17 @@ set(library_overrides
 # debian_package(COMPONENT NAME SECTION MULTI_ARCH
 #     [DEPENDS PACKAGE...]      packages of this project or of others; the system's libraries are found out
 #     [REPLACES NAME]           a virtual name that only one installed package may have
+#     [LINK PATH TARGET]        a symbolic link that the package has besides
 #     [BINARIES FILE...]        what is built of it, in the build folder, in C; CXX_BINARIES: in C++
 # Section libs brings what every package of a library has.
 #     DESCRIPTION SUMMARY LONG)
 macro(debian_package component name section multi_arch)
-    cmake_parse_arguments(arg "" "REPLACES" "DEPENDS;BINARIES;CXX_BINARIES;DESCRIPTION" ${ARGN})
+    cmake_parse_arguments(arg "" "REPLACES" "DEPENDS;LINK;BINARIES;CXX_BINARIES;DESCRIPTION" ${ARGN})
     string(TOUPPER ${component} upper)
     list(APPEND CPACK_COMPONENTS_ALL ${component})
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
-    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
-    set(CPACK_DEBIAN_${upper}_PACKAGE_MULTIARCH ${multi_arch})
+    # CPack writes the field as it is, and has no variable for the one behind it before CMake 3.31.
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION "${section}\nMulti-Arch: ${multi_arch}")
     list(JOIN arg_DEPENDS ", " CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS)
     foreach(field PROVIDES CONFLICTS REPLACES)
         set(CPACK_DEBIAN_${upper}_PACKAGE_${field} ${arg_REPLACES})
@@ -59,6 +60,7 @@ macro(debian_package component name section multi_arch)
         list(APPEND overrides ${library_overrides})
         set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
     endif()
+    set(CPACK_ZUCHARSET_${upper}_LINK ${arg_LINK})
     set(CPACK_ZUCHARSET_${upper}_BINARIES ${arg_BINARIES})
     set(CPACK_ZUCHARSET_${upper}_CXX_BINARIES ${arg_CXX_BINARIES})
     set(CPACK_ZUCHARSET_${upper}_OVERRIDES ${overrides})
@@ -107,5 +109,15 @@ debian_package(command zucharset text foreign
     DESCRIPTION "Name the encoding of subtitle files and convert them to UTF-8"
         "The zucharset command detects the encoding of text files, converts them to"
         "UTF-8 and tells where text would be lost.")
+
+# mpv takes the scripts in /etc/mpv/scripts for all users.
+set(CPACK_DEBIAN_MPV_PACKAGE_ARCHITECTURE all)
+debian_package(mpv zucharset-mpv video foreign
+    LINK etc/mpv/scripts/zucharset.lua /usr/share/zucharset/mpv/zucharset.lua
+    DEPENDS "zucharset (>= ${PROJECT_VERSION})" mpv
+    DESCRIPTION "Subtitles of any encoding in mpv"
+        "A script for the media player mpv that finds the encoding of external"
+        "subtitles and shows them right, whatever mpv's own guess is. A key shows the"
+        "next reading that makes sense of a text.")
 
 include(CPack)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the built packages into scratch Debian systems, uses them and removes them again; needs root.
 #   packaging/try-packages.sh FOLDER   FOLDER as packaging/build-packages.sh left it, build/packages
-# amd64 runs in a chroot. armhf programs run under qemu-arm against Debian's own armhf libraries.
+# amd64 runs in a chroot. Programs for ARM are emulated against Debian's own libraries of that architecture.
 set -euo pipefail
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 source "$top/tools/packages.sh"
@@ -17,7 +17,7 @@ scratch_debian() { mmdebstrap --quiet "$@" "deb $archive bookworm main"; }
 
 expect_nothing_left() { # FOLDER: no file of ours is in it
     local left
-    left=$(find "$1/usr" \( -iname '*zucharset*' -o -iname '*vemora*' \) -print)
+    left=$(find "$1/usr" "$1/etc" \( -iname '*zucharset*' -o -iname '*vemora*' \) -print)
     [ -z "$left" ] || { echo "error: left behind: $left" >&2; exit 1; }
 }
 
@@ -25,7 +25,7 @@ echo "== amd64: a chroot"
 root=$scratch/amd64
 scratch_debian --variant=minbase --include=libstdc++6 bookworm "$root"
 mkdir "$root/try"
-cp "$packages"/*_amd64.deb "$sample" "$root/try"
+cp "$packages"/*_amd64.deb "$packages"/*_all.deb "$sample" "$root/try"
 inside() { chroot "$root" "$@"; }
 
 echo "without a utility library the library is unpacked but not configured"
@@ -36,9 +36,14 @@ inside dpkg --purge libzucharset1 >/dev/null
 inside sh -c 'apt-get install -y -qq --no-install-recommends /try/*.deb' >/dev/null 2>&1
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
 level=
-! inside /lib64/ld-linux-x86-64.so.2 --help | grep -q 'x86-64-v3 (supported' || level=glibc-hwcaps/x86-64-v3/
+! inside /lib64/ld-linux-x86-64.so.2 --help | grep 'x86-64-v3 (supported' >/dev/null || level=glibc-hwcaps/x86-64-v3/
 inside /lib64/ld-linux-x86-64.so.2 --list /usr/bin/zucharset | grep "libzucharset.so => .*/x86_64-linux-gnu/${level}libz"
 inside dpkg --verify zucharset libzucharset1 libzutext1 libzucharset-dev libvemora-utils-standin libvemora-utils-standin-dev
+
+echo "mpv of the package loads the script of the package"
+inside mpv --vo=null --ao=null --untimed --frames=2 --sub-file=/try/gbk.srt \
+    av://lavfi:color=size=320x180:rate=5:duration=10 >"$scratch/log" 2>&1
+grep 'gbk.srt: read as GBK' "$scratch/log"
 
 echo "a player's own utility library takes the place of the stand-in"
 player=$scratch/player
@@ -58,24 +63,27 @@ dpkg-deb --build --root-owner-group "$player" "$root/try/player.deb" >/dev/null
 inside apt-get install -y -qq /try/player.deb >/dev/null 2>&1
 inside dpkg -S libvemora_utils.so | grep '^example-player-utils:'
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
-inside apt-get purge -y -qq example-player-utils zucharset libzucharset1 libzutext1 libzucharset-dev >/dev/null 2>&1
+inside apt-get purge -y -qq example-player-utils zucharset-mpv zucharset libzucharset1 libzutext1 libzucharset-dev >/dev/null 2>&1
 rm -rf "$root/try"
 expect_nothing_left "$root"
 
-echo "== armhf: unpacked, under qemu-arm"
-root=$scratch/armhf
-scratch_debian --variant=extract --architectures=armhf --include=libc6,libstdc++6,libgcc-s1 bookworm "$root"
-# The administration of the scratch system knows nothing of the libraries that were only unpacked.
-: >"$root/var/lib/dpkg/status"
-into() {
-    dpkg --root="$root" --force-architecture --force-depends --no-triggers "$@" >"$scratch/log" 2>&1 && return
-    cat "$scratch/log" >&2
-    exit 1
-}
-into --install "$packages"/*_armhf.deb
-emulated() { qemu-arm -L "$root" "$root/usr/bin/zucharset" "$@"; }
-emulated detect "$sample"
-emulated convert "$sample" | cmp - "$scratch/expected"
-into --purge zucharset libzucharset-dev libzutext1 libzucharset1 libvemora-utils-standin-dev libvemora-utils-standin
-expect_nothing_left "$root"
+for architecture in armhf arm64; do
+    echo "== $architecture: unpacked, emulated"
+    case $architecture in armhf) emulator=qemu-arm ;; arm64) emulator=qemu-aarch64 ;; esac
+    root=$scratch/$architecture
+    scratch_debian --variant=extract --architectures="$architecture" --include=libc6,libstdc++6,libgcc-s1 bookworm "$root"
+    # The administration of the scratch system knows nothing of the libraries that were only unpacked.
+    : >"$root/var/lib/dpkg/status"
+    into() {
+        dpkg --root="$root" --force-architecture --force-depends --no-triggers "$@" >"$scratch/log" 2>&1 && return
+        cat "$scratch/log" >&2
+        exit 1
+    }
+    into --install "$packages"/*_"$architecture".deb
+    emulated() { "$emulator" -L "$root" "$root/usr/bin/zucharset" "$@"; }
+    emulated detect "$sample"
+    emulated convert "$sample" | cmp - "$scratch/expected"
+    into --purge zucharset libzucharset-dev libzutext1 libzucharset1 libvemora-utils-standin-dev libvemora-utils-standin
+    expect_nothing_left "$root"
+done
 echo "All packages install, run and leave nothing behind."

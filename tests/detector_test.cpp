@@ -98,14 +98,15 @@ TEST_F(Detector, SnippetsAtEveryPlace) {
 }
 
 // Long texts, and some in which a double-byte encoding overtakes late, or just fails to: GB2312 an escape that is worth
-// 100 and Shift_JIS EUC-KR, which the vote names.
+// 100 and Shift_JIS EUC-KR, which the vote names, or EUC-KR the score below which nothing is named.
 TEST_F(Detector, LongTextsAndScoresThatRiseLate) {
     for (int i = 0; i < 6; ++i)
         ASSERT_NO_FATAL_FAILURE(compare(mixture(100000)));
     for (const char *count : {"254", "255", "256", "257", "511", "512", "513", "65535", "65536", "65537"})
         ASSERT_NO_FATAL_FAILURE(compare(fromHex(string("C4E3 8130 FF20 A4A4*") + count)[0]));
-    for (const auto &[poor, good, first, last, ratio] :
-         {std::tuple{"1B2442 8080*", " C4E3*", 20, 60, 558}, {"C0CC*", " 82E9*", 500, 505, 141}}) {
+    for (const auto &[poor, good, first, last, ratio] : {std::tuple{"1B2442 8080*", " C4E3*", 20, 60, 558},
+                                                         {"C0CC*", " 82E9*", 500, 505, 141},
+                                                         {"E0EF*", " B4D9*", 200, 202, 37}}) {
         named.clear();
         for (int n = first; n <= last; ++n) {
             for (int m = n * ratio / 100 - n / 8; m <= n * ratio / 100 + n / 8; ++m)
@@ -121,7 +122,7 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
     const auto check = [&](const string &text, int32_t aim) {
         const TEXT_S bytes{reinterpret_cast<const uint8_t *>(text.data()), static_cast<int32_t>(text.size())};
         const plain::Scores exact = scores(bytes.pu8, text.size());
-        for (const size_t candidate : {0, 1, 2, 4, 5, 8, 9, 12, 13}) {
+        for (const size_t candidate : {0u, 1u, 2u, 4u, 5u, 8u, 9u, 12u, 13u}) {
             const int32_t target = aim > 0 ? aim : exact[candidate];
             const TARGET_S goal{target, takeCensus(instance->stControl, bytes)};
             SCORES_S early{};
@@ -135,19 +136,28 @@ TEST_F(Detector, TargetsCutOnlyWhatFallsShort) {
     for (int i = 0; i < 6000; ++i)
         ASSERT_NO_FATAL_FAILURE(
             check(mixture(1 + upTo(i % 20 == 0 ? 3000 : 300)), i % 2 == 0 ? static_cast<int32_t>(40 + upTo(68)) : 0));
-    // The most frequent characters of each ranking among pairs that weigh nothing, or are refused by some, with and
-    // without a byte at the end that starts no pair; few of each, and many, poor ones first.
-    const std::vector<string> heavy = fromHex("B5C4, AABA, A4CE, 82CC, C0CC, B0A1"),
-                              light = fromHex("F9FC, E0EF, EAE120, E130E139, E040, B1, 82CC82F1");
-    for (size_t i = 0; i < heavy.size() * light.size() * 49 * 2; ++i) {
+    // Few bytes, of ends of ranges and frequent characters.
+    const string bytes = fromHex("20304081829FA1B0B1B5C4CCD8E0E3EFF1F9FCFF")[0];
+    for (int i = 0; i < 20000; ++i) {
+        string text;
+        for (size_t count = 1 + upTo(12); count > 0; --count)
+            text += bytes[upTo(bytes.size() - 1)];
+        ASSERT_NO_FATAL_FAILURE(check(text, 0));
+    }
+    // Frequent characters of each ranking behind pairs that weigh nothing or are refused by some, with and without a
+    // byte at the end that starts no pair; few of each, and many.
+    const std::vector<string> heavy = fromHex("B5C4, C4E3, A7DA, A4EB, 82CC, B4D9"),
+                              light = fromHex("F9FC, FEFE, E0EF, EAE120, E130E139, E040, B1, 82CC82F1");
+    for (size_t i = 0; i < heavy.size() * light.size() * 13 * 5 * 2; ++i) {
         const string &good = heavy[i % heavy.size()], &poor = light[i / heavy.size() % light.size()];
         const size_t counts = i / heavy.size() / light.size();
-        for (const size_t factor : {1, 150}) {
-            if (factor > 1 && counts % 5 != 0)
+        for (const size_t factor : {1u, 150u}) {
+            if (factor > 1 && counts % 7 != 0)
                 continue;
-            ASSERT_NO_FATAL_FAILURE(check(repeated(poor, factor * (counts / 7 % 7)) +
-                                              repeated(good, factor * (counts % 7)) + string(counts / 49, '\xFF') + " ",
-                                          0));
+            const string text = " " + repeated(poor, factor * (counts / 5 % 13)) +
+                                repeated(good, factor * (counts % 5)) + string(counts / 65, '\xFF');
+            ASSERT_NO_FATAL_FAILURE(check(text, 0));
+            ASSERT_NO_FATAL_FAILURE(compare(text));
         }
     }
 }

@@ -127,7 +127,7 @@ TEST(Fault, WhatReadsACopy) {
                 const bool ownInTurkish =
                     type == 25 && ((byte >= 0xA0 && byte < 0xD0) || (byte >= 0xE0 && byte < 0xF0));
                 const bool isLost = copy == itsCopy && byte >= first && byte <= last && !ownInTurkish;
-                for (const size_t length : {1, 300}) {
+                for (const size_t length : {1u, 300u}) {
                     const string text(length, static_cast<char>(byte));
                     ASSERT_EQ(broken.convert(type, text).output,
                               isLost ? string(length, '\0') : sound.convert(type, text).output)

@@ -258,7 +258,7 @@ TEST(Text, WhatConversionLoses) {
         EXPECT_EQ(whole.account.well_formed, (row.flags & ZUTEXT_KEEP_SURROGATES) == 0 ? 1 : 0) << what;
         EXPECT_EQ(whole.account.changed, row.input != row.output ? 1 : 0) << what;
         EXPECT_EQ(whole.account.input_bytes, row.input.size()) << what;
-        for (const size_t piece : {1, 2, 3, 5}) {
+        for (const size_t piece : {1U, 2U, 3U, 5U}) {
             const Converted pieces = convertInPieces(row.input, piece, options);
             EXPECT_EQ(pieces.text, whole.text) << what << " by " << piece;
             EXPECT_TRUE((row.flags & ZUTEXT_KEEP_SURROGATES) != 0 || pieces.losses == whole.losses)
@@ -280,7 +280,7 @@ TEST(Text, PiecesAgree) {
                                readFile(SAMPLES "/text/chinese_simplified.txt") + "\xC0\xAF" + fonts});
     for (const string &text : texts) {
         const Converted whole = convertWhole(text);
-        for (const size_t piece : {1, 7, 4096, 65536, 1000003}) {
+        for (const size_t piece : {1U, 7U, 4096U, 65536U, 1000003U}) {
             if (piece * 100000 < text.size())
                 continue;
             const Converted pieces = convertInPieces(text, piece);

@@ -53,6 +53,8 @@ TEST(Utils, BoundedTexts) {
     int (*const anyFormat)(char *, size_t, size_t, const char *, ...) = snprintf_s; // no compiler checks this one's
     EXPECT_EQ(anyFormat(text, 2, 2, nullptr), -1);
     EXPECT_STREQ(text, "..");
+    EXPECT_EQ(snprintf_s(text, 1, 1, "%s", ""), 0);
+    EXPECT_STREQ(text, "");
 }
 
 // The levels that reach standard error, in a process of its own for each value of the variable.
@@ -68,7 +70,8 @@ string writtenWith(const char *value) {
             results |= SVR_LOG_Write("T", level, "%d%s", level, level % 2 == 0 ? "\n" : "");
             setenv("VEMORA_LOG", "6", 1); // too late
         }
-        results |= SVR_LOG_Write("T", 1, "%s", string(3000, 'x').c_str());
+        for (const string &text : {string(3000, 'x'), string()})
+            results |= SVR_LOG_Write("T", 1, "%s", text.c_str());
         _exit(results);
     }
     close(ends[1]);
@@ -97,7 +100,7 @@ TEST(Utils, LogLevels) {
         string expected;
         for (int32_t level = 1; level <= last; ++level)
             expected += "T/" + std::to_string(level) + " " + std::to_string(level) + "\n";
-        expected += last > 0 ? "T/1 " + string(2303, 'x') + "\n" : "";
+        expected += last > 0 ? "T/1 " + string(2303, 'x') + "\nT/1 \n" : "";
         EXPECT_EQ(writtenWith(value), expected) << (value == nullptr ? "none" : value);
     }
 }

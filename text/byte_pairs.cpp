@@ -9,7 +9,7 @@ namespace zutext {
 namespace {
 
 // Behind this many bytes only the pairs with a high byte are of interest: the language of ASCII words is known by then.
-constexpr size_t kThorough = 64 * 1024;
+constexpr size_t kThorough = size_t{64} * 1024;
 constexpr size_t kLongestMarkup = 400;
 constexpr size_t kLongestLine = 256;
 
@@ -19,16 +19,17 @@ constexpr CodeTable makeCodes() {
     CodeTable codes{};
     for (int byte = 0; byte < 256; byte++) {
         int code = kOtherCode;
-        if (byte >= 0x80)
+        if (byte >= 0x80) {
             code = byte - 0x80;
-        else if (byte >= 'A' && byte <= 'Z')
+        } else if (byte >= 'A' && byte <= 'Z') {
             code = kUpperCode + byte - 'A';
-        else if (byte >= 'a' && byte <= 'z')
+        } else if (byte >= 'a' && byte <= 'z') {
             code = kLowerCode + byte - 'a';
-        else if (byte <= ' ')
+        } else if (byte <= ' ') {
             code = kBlankCode;
-        else if (byte >= '0' && byte <= '9')
+        } else if (byte >= '0' && byte <= '9') {
             code = kDigitCode;
+        }
         codes[static_cast<size_t>(byte)] = static_cast<uint8_t>(code);
     }
     return codes;
@@ -37,8 +38,9 @@ constexpr CodeTable kCodes = makeCodes();
 
 constexpr CodeTable makeLetters() {
     CodeTable letters{};
-    for (size_t i = 0; i < 26; i++)
+    for (size_t i = 0; i < 26; i++) {
         letters['A' + i] = letters['a' + i] = static_cast<uint8_t>(i + 1);
+    }
     return letters;
 }
 constexpr CodeTable kLetters = makeLetters();
@@ -49,8 +51,9 @@ constexpr bool isLetter(uint8_t byte) { return isAsciiLetter(kCodes[byte]); }
 
 // The length of the tag, override block or entity that begins at text[at], 0 if it is none.
 size_t markupLength(Bytes text, size_t at) {
-    if (at + 2 >= text.size())
+    if (at + 2 >= text.size()) {
         return 0;
+    }
     uint8_t second = text[at + 1];
     uint8_t last = '>';
     size_t longest = kLongestMarkup;
@@ -63,15 +66,18 @@ size_t markupLength(Bytes text, size_t at) {
         last = ';';
         longest = 10;
     }
-    if (!opens)
+    if (!opens) {
         return 0;
+    }
     size_t end = std::min(text.size(), at + longest);
     for (size_t i = at + 1; i < end; i++) {
         // Every high byte counts, so that nothing is lost to a bracket that was not meant so.
-        if (text[i] >= 0x80)
+        if (text[i] >= 0x80) {
             return 0;
-        if (text[i] == last)
+        }
+        if (text[i] == last) {
             return i + 1 - at;
+        }
     }
     return 0;
 }
@@ -85,8 +91,9 @@ bool hasHighByte(const uint8_t *bytes) {
 bool hasHighByte(Bytes bytes) {
     size_t i = 0;
     for (; i + sizeof(uint64_t) <= bytes.size(); i += sizeof(uint64_t)) {
-        if (hasHighByte(&bytes[i]))
+        if (hasHighByte(&bytes[i])) {
             return true;
+        }
     }
     return std::any_of(bytes.begin() + static_cast<ptrdiff_t>(i), bytes.end(),
                        [](uint8_t byte) { return byte >= 0x80; });
@@ -156,8 +163,9 @@ void countBytePairs(Bytes text, BytePairs &pairs) {
             previous = kCodes[text[i - 1]];
         }
     }
-    if (!text.empty())
+    if (!text.empty()) {
         pairs.counts[previous][kBlankCode]++;
+    }
 }
 
 } // namespace zutext

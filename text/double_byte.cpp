@@ -10,7 +10,7 @@
 namespace zutext {
 namespace {
 
-constexpr size_t kRead = 64 * 1024;
+constexpr size_t kRead = size_t{16} * 1024;
 constexpr int kRanked = 600;
 // Costs in hundredths of a nat.
 constexpr int32_t kFirstRank = 220; // of the most frequent character; the others follow a Zipf law
@@ -21,21 +21,32 @@ constexpr int32_t kExtension = 1300; // outside the 94 by 94 characters of the n
 constexpr int32_t kUndefinedPair = 1400;
 constexpr int32_t kCutOff = 700;      // one byte at the text's end
 constexpr int32_t kBesideAscii = 400; // next to an ASCII letter
-// Share of the single-byte cost that a claim may have: one that is far better in sum may come closer.
+// Share of the single-byte cost that a double-byte reading may have. What the vote claims may come closer if it is far
+// better in sum; what it does not claim must be clearly better besides.
 constexpr int32_t kBelievablePercent = 70;
 constexpr int32_t kFarBetter = 10000;
+constexpr int32_t kClearlyBetter = 1500;
 
 bool isAsciiLetter(uint8_t byte) { return (byte | 0x20) >= 'a' && (byte | 0x20) <= 'z'; }
 
 // Ranks of two-byte codes, 1 the most frequent, 0 none.
-struct Ranks {
-    uint16_t of[0x10000];
-
-    void add(int lead, int trail, int rank) {
-        uint16_t &entry = of[lead << 8 | trail];
-        if (entry == 0 || entry > rank)
-            entry = static_cast<uint16_t>(rank);
+class Ranks {
+  public:
+    [[nodiscard]] int of(int lead, int trail) const {
+        return lead < kFirstLead || trail < kFirstTrail ? 0 : m_rows[lead - kFirstLead][trail - kFirstTrail];
     }
+    void add(int lead, int trail, int rank) {
+        uint16_t &entry = m_rows[lead - kFirstLead][trail - kFirstTrail];
+        if (entry == 0 || entry > rank) {
+            entry = static_cast<uint16_t>(rank);
+        }
+    }
+
+  private:
+    static constexpr int kFirstLead = 0x81;
+    static constexpr int kFirstTrail = 0x40;
+
+    uint16_t m_rows[0x100 - kFirstLead][0x100 - kFirstTrail];
 };
 
 using CodeOf = void (*)(int cell, int &lead, int &trail);
@@ -53,8 +64,9 @@ void gbkCode(int cell, int &lead, int &trail) {
 void big5Code(int cell, int &lead, int &trail) {
     lead = 0xA1 + cell / 158;
     trail = 0x40 + cell % 158;
-    if (trail > 0x7F) // the table leaves out trails 80 to A0
+    if (trail > 0x7F) { // the table leaves out trails 80 to A0
         trail += 0x21;
+    }
 }
 
 void shiftJisCode(int cell, int &lead, int &trail) {
@@ -99,7 +111,7 @@ bool fillFor(Ranks &ranks, int32_t encoding) {
 // Whole-number approximation of 100 ln(rank), good to 4.
 int32_t logOf(int rank) {
     constexpr int kLn2 = 6931; // in ten-thousandths
-    int power = std::bit_width(static_cast<unsigned>(rank)) - 1;
+    const int power = static_cast<int>(std::bit_width(static_cast<unsigned>(rank))) - 1;
     return (kLn2 * power + kLn2 * (rank - (1 << power)) / (1 << power)) / 100;
 }
 
@@ -121,15 +133,20 @@ bool isPair(int32_t encoding, uint8_t lead, uint8_t trail) {
 }
 
 int32_t pairCost(const Ranks &ranks, int32_t encoding, uint8_t lead, uint8_t trail) {
-    if (!isPair(encoding, lead, trail))
+    if (!isPair(encoding, lead, trail)) {
         return kUndefinedPair;
-    int rank = ranks.of[lead << 8 | trail];
-    if (rank != 0)
+    }
+    const int rank = ranks.of(lead, trail);
+    if (rank != 0) {
         return kFirstRank + logOf(rank);
-    if (encoding == kShiftJis)
+    }
+    if (encoding == kShiftJis) {
         return lead == 0x81 ? kSign : kUnranked;
-    if (lead == 0xA1 || (lead == 0xA3 && encoding == ZU_CHARSET_CODETYPE_GBK))
+    }
+    // In GBK also letters and digits of full width, and lines of tables.
+    if (lead == 0xA1 || ((lead == 0xA3 || lead == 0xA9) && encoding == ZU_CHARSET_CODETYPE_GBK)) {
         return kSign;
+    }
     bool standard = encoding == ZU_CHARSET_CODETYPE_BIG5 || (lead >= 0xA1 && trail >= 0xA1);
     return standard ? kUnranked : kExtension;
 }
@@ -175,15 +192,17 @@ int64_t costOf(Bytes text, int32_t encoding, const Ranks &ranks) {
 
 bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost) {
     auto *ranks = static_cast<Ranks *>(calloc(1, sizeof(Ranks)));
-    if (ranks == nullptr)
+    if (ranks == nullptr) {
         return false;
+    }
     bool known = fillFor(*ranks, encoding);
     if (known) {
-        Bytes start = text.first(std::min(text.size(), kRead));
+        const auto first = std::find_if(text.begin(), text.end(), [](uint8_t byte) { return byte >= 0x80; });
+        text = text.subspan(static_cast<size_t>(first - text.begin()));
+        const Bytes start = text.first(std::min(text.size(), kRead));
         int64_t sum = costOf(start, encoding, *ranks);
         if (start.size() < text.size()) {
-            auto seen = static_cast<int64_t>(std::max<size_t>(highBytes(start), 1));
-            sum = sum * static_cast<int64_t>(highBytes(text)) / seen;
+            sum = sum * static_cast<int64_t>(highBytes(text)) / static_cast<int64_t>(highBytes(start));
         }
         cost = static_cast<int32_t>(std::min<int64_t>(sum, INT32_MAX));
     }
@@ -191,9 +210,16 @@ bool readDoubleByte(Bytes text, int32_t encoding, int32_t &cost) {
     return known;
 }
 
-bool isBelievable(int32_t doubleByteCost, int32_t singleByteCost) {
-    return int64_t{doubleByteCost} * 100 <= int64_t{singleByteCost} * kBelievablePercent ||
-           int64_t{singleByteCost} - doubleByteCost >= kFarBetter;
+bool isBelievable(int64_t doubleByteCost, int64_t singleByteCost, bool claimed) {
+    const int64_t better = singleByteCost - doubleByteCost;
+    if (claimed) {
+        return isSureOf(doubleByteCost, singleByteCost) || better >= kFarBetter;
+    }
+    return isSureOf(doubleByteCost, singleByteCost) && better >= kClearlyBetter;
+}
+
+bool isSureOf(int64_t doubleByteCost, int64_t singleByteCost) {
+    return doubleByteCost * 100 <= singleByteCost * kBelievablePercent;
 }
 
 } // namespace zutext

@@ -114,7 +114,10 @@ constexpr zutext_encoding kEncodings[] = {
     {130, kNameOnly, "KOI8-T", "koi8t", "Tajik", "KOI8-T", nullptr, nullptr},
 };
 
-static_assert(std::ranges::is_sorted(kEncodings, {}, &zutext_encoding::id));
+constexpr bool isBefore(const zutext_encoding &encoding, const zutext_encoding &other) {
+    return encoding.id < other.id;
+}
+static_assert(std::is_sorted(std::begin(kEncodings), std::end(kEncodings), isBefore));
 
 constexpr bool isFiller(char c) { return c == '-' || c == '_' || c == ' '; }
 
@@ -227,7 +230,9 @@ class NearNames {
 std::span<const zutext_encoding> allEncodings() { return kEncodings; }
 
 const zutext_encoding *encodingOf(int32_t id) {
-    const auto *found = std::ranges::lower_bound(kEncodings, id, {}, &zutext_encoding::id);
+    const auto *found =
+        std::lower_bound(std::begin(kEncodings), std::end(kEncodings), id,
+                         [](const zutext_encoding &encoding, int32_t wanted) { return encoding.id < wanted; });
     return found != std::end(kEncodings) && found->id == id ? found : nullptr;
 }
 
@@ -276,9 +281,10 @@ const zutext_encoding *zutext_find_encoding(const char *name, size_t length, int
         error == std::errc() && end == name + length && encodingOf(id) != nullptr) {
         return encodingOf(id);
     }
-    const auto *found = std::ranges::find_if(kEncodings, [typed](const zutext_encoding &encoding) {
-        return anyName(encoding, [typed](std::string_view each) { return sameName(each, typed); });
-    });
+    const auto *found =
+        std::find_if(std::begin(kEncodings), std::end(kEncodings), [typed](const zutext_encoding &encoding) {
+            return anyName(encoding, [typed](std::string_view each) { return sameName(each, typed); });
+        });
     return found == std::end(kEncodings) ? nullptr : found;
 }
 

@@ -74,7 +74,8 @@ void explainCascade(Bytes text, zutext_explanation &explanation) {
         if (accepted || row.pstKnown == nullptr) {
             continue;
         }
-        const auto unknown = std::ranges::find_if(text, [&row](uint8_t byte) { return !row.pstKnown->has(byte); });
+        const auto unknown =
+            std::find_if(text.begin(), text.end(), [&row](uint8_t byte) { return !row.pstKnown->has(byte); });
         if (unknown != text.end()) {
             test.refused = static_cast<int64_t>(explanation.verdict.sample_offset) + (unknown - text.begin());
             test.byte = *unknown;
@@ -156,8 +157,9 @@ int32_t zutext_explain(const uint8_t *bytes, size_t length, const zutext_options
         return result;
     }
     const zutext_verdict &verdict = explanation->verdict;
-    const Bytes sample = Bytes(bytes, length).subspan(verdict.sample_offset);
-    const Bytes text = sample.first(std::min<size_t>({sample.size(), verdict.sample_length, INT_MAX}));
+    const Bytes sample = Bytes(bytes, length).subspan(static_cast<size_t>(verdict.sample_offset));
+    const auto wanted = static_cast<size_t>(verdict.sample_length); // both are within the text
+    const Bytes text = sample.first(std::min<size_t>({sample.size(), wanted, INT_MAX}));
     explanation->examined = text.size();
     if (text.empty()) {
         return ZUTEXT_OK;

@@ -17,7 +17,6 @@ namespace zutext {
 namespace {
 
 constexpr size_t kDefaultSample = size_t{1024} * 1024;
-constexpr uint8_t kEscape = 0x1B;
 
 // --- Options ---
 
@@ -165,10 +164,7 @@ bool decideUtf8(const Sample &sample, zutext_verdict &verdict) {
 
 // --- Letters ---
 
-// A double-byte claim of the vote stands unless a single-byte reading is clearly better; where the vote names nothing,
-// a double-byte reading must be clearly better itself. In hundredths of the best single-byte cost.
-constexpr int64_t kClaimStands = 120;
-constexpr int64_t kClaimSure = 64;
+// A hint lets a double-byte reading cost half as much again.
 constexpr int64_t kHintWeight = 150;
 constexpr int64_t kNoCost = INT64_MAX; // not weighed
 
@@ -183,14 +179,19 @@ class LetterJudge {
         if (!readSingleByte(m_text, {}, plain)) {
             return ZUTEXT_ERROR_MEMORY;
         }
+        const int64_t single = std::max(1, plain.rows[0].letters);
         for (size_t i = 0; i < kWideCount; ++i) {
-            const int32_t encoding = kWideEncodings[i].encoding;
-            const bool wanted = m_vote == 0 || m_vote == encoding || (m_settings.wideHints >> i & 1) != 0;
-            int32_t cost = 0;
-            if (wanted && !readDoubleByte(m_text, encoding, cost)) {
+            m_wideCosts[i] = kNoCost;
+            if (kWideEncodings[i].encoding == m_vote && !weigh(i)) {
                 return ZUTEXT_ERROR_MEMORY;
             }
-            m_wideCosts[i] = wanted ? cost : kNoCost;
+            m_voteSure |= m_wideCosts[i] != kNoCost && isSureOf(m_wideCosts[i], single);
+        }
+        for (size_t i = 0; i < kWideCount; ++i) {
+            const bool wanted = !m_voteSure || (m_settings.wideHints >> i & 1) != 0;
+            if (wanted && m_wideCosts[i] == kNoCost && !weigh(i)) {
+                return ZUTEXT_ERROR_MEMORY;
+            }
         }
         decideBy(plain, 0, verdict);
         if (m_settings.hinted()) {
@@ -206,17 +207,28 @@ class LetterJudge {
     }
 
   private:
+    // False: no memory.
+    bool weigh(size_t wide) {
+        int32_t cost = 0;
+        if (!readDoubleByte(m_text, kWideEncodings[wide].encoding, cost)) {
+            return false;
+        }
+        m_wideCosts[wide] = cost;
+        return true;
+    }
+
     void decideBy(const Readings &readings, uint32_t wideHints, zutext_verdict &verdict) const {
-        const int64_t single = std::max(1, readings.rows[0].cost);
+        const int64_t single = std::max(1, readings.rows[0].letters);
         size_t best = kWideCount;
         for (size_t i = 0; i < kWideCount; ++i) {
             const WideEncoding &wide = kWideEncodings[i];
-            if (m_wideCosts[i] == kNoCost || (m_vote != 0 && wide.encoding != m_vote)) {
+            const bool claimed = wide.encoding == m_vote;
+            if (m_wideCosts[i] == kNoCost || (m_voteSure && !claimed)) {
                 continue;
             }
             const bool hinted = (wideHints >> i & 1) != 0;
-            const int64_t stands = (m_vote != 0 ? kClaimStands : kClaimSure) * (hinted ? kHintWeight : 100) / 100;
-            if (m_wideCosts[i] * 100 <= single * stands && (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
+            if (isBelievable(m_wideCosts[i], single * (hinted ? kHintWeight : 100) / 100, claimed) &&
+                (best == kWideCount || m_wideCosts[i] < m_wideCosts[best])) {
                 best = i;
             }
         }
@@ -225,13 +237,13 @@ class LetterJudge {
         verdict.encoding = verdict.readings[0].encoding;
         verdict.language = verdict.readings[0].language;
         verdict.kind = kindOf(verdict.encoding);
-        verdict.decided_by = wide && m_vote != 0 ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
+        verdict.decided_by = wide && verdict.encoding == m_vote ? ZUTEXT_BY_VOTE : ZUTEXT_BY_READING;
         verdict.margin = verdict.reading_count > 1 ? verdict.readings[1].cost : INT32_MAX;
-        verdict.sure = wide ? (m_wideCosts[best] * 100 <= single * kClaimSure && verdict.margin >= kSureMargin ? 1 : 0)
-                            : (verdict.margin >= kSureMargin ? 1 : 0);
+        verdict.sure = verdict.margin >= kSureMargin && (!wide || isSureOf(m_wideCosts[best], single)) ? 1 : 0;
     }
 
-    // The chosen double-byte reading first if there is one, then all others by cost.
+    // The chosen double-byte reading first if there is one, then all others by cost. Double-byte readings have no part
+    // in what ASCII words say, so they are given the best single-byte one's.
     void listReadings(const Readings &readings, size_t chosen, zutext_verdict &verdict) const {
         int64_t costs[ZUTEXT_MOST_READINGS];
         verdict.reading_count = 0;
@@ -252,8 +264,10 @@ class LetterJudge {
             costs[place] = cost;
         };
         const bool wide = chosen < kWideCount;
+        const int64_t single = std::max(1, readings.rows[0].letters);
+        const int64_t words = int64_t{readings.rows[0].cost} - readings.rows[0].letters;
         if (wide) {
-            add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen], 0);
+            add(kWideEncodings[chosen].encoding, kWideEncodings[chosen].language, m_wideCosts[chosen] + words, 0);
         }
         for (int32_t i = 0; i < readings.count; ++i) {
             const Reading &row = readings.rows[i];
@@ -263,10 +277,9 @@ class LetterJudge {
             add(row.encoding, language, std::max<int64_t>(row.cost, i == 0 ? 0 : readings.rows[0].cost), wide ? 1 : 0);
         }
         for (size_t i = 0; i < kWideCount; ++i) {
-            const bool near =
-                m_wideCosts[i] != kNoCost && m_wideCosts[i] < int64_t{3} * std::max(1, readings.rows[0].cost);
+            const bool near = m_wideCosts[i] != kNoCost && m_wideCosts[i] < 3 * single;
             if (i != chosen && near) {
-                add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i], 1);
+                add(kWideEncodings[i].encoding, kWideEncodings[i].language, m_wideCosts[i] + words, 1);
             }
         }
         for (int32_t i = verdict.reading_count - 1; i >= 0; --i) {
@@ -304,7 +317,8 @@ class LetterJudge {
     }
 
     Bytes m_text;
-    int32_t m_vote; // what libzucharset's vote claims: a double-byte encoding, or 0
+    bool m_voteSure = false; // the text bears the vote out, so that other double-byte encodings need no look
+    int32_t m_vote;          // what libzucharset's vote claims: a double-byte encoding, or 0
     const Settings &m_settings;
     int64_t m_wideCosts[kWideCount];
 };

@@ -15,10 +15,10 @@ constexpr zutext_language kWideLanguages[] = {{"ja", "Japanese"}, {"ko", "Korean
 
 constexpr auto kAll = [] {
     std::array<zutext_language, std::size(kLanguages) + std::size(kWideLanguages)> all{};
-    auto *end = std::ranges::transform(kLanguages, all.begin(), [](const LanguageRow &row) {
-                    return zutext_language{row.code, row.name};
-                }).out;
-    std::ranges::copy(kWideLanguages, end);
+    auto *end = std::transform(std::begin(kLanguages), std::end(kLanguages), all.begin(), [](const LanguageRow &row) {
+        return zutext_language{row.code, row.name};
+    });
+    std::copy(std::begin(kWideLanguages), std::end(kWideLanguages), end);
     return all;
 }();
 
@@ -27,8 +27,9 @@ constexpr auto kAll = [] {
 std::span<const zutext_language> allLanguages() { return kAll; }
 
 int32_t languageIndex(std::string_view name) {
-    const auto *found = std::ranges::find_if(
-        kAll, [name](const zutext_language &each) { return sameName(each.code, name) || sameName(each.name, name); });
+    const auto *found = std::find_if(kAll.begin(), kAll.end(), [name](const zutext_language &each) {
+        return sameName(each.code, name) || sameName(each.name, name);
+    });
     return found == kAll.end() ? -1 : static_cast<int32_t>(found - kAll.begin());
 }
 

@@ -54,7 +54,7 @@ bool isGb18030Pair(Bytes character) {
     if (character.size() != 2) {
         return false;
     }
-    const uint32_t pair = character[0] << 8u | character[1];
+    const uint32_t pair = uint32_t{character[0]} << 8u | character[1];
     bool found = false;
     for (size_t run = 0; run < std::size(kGb18030Pairs); run += 2) {
         found |= pair >= kGb18030Pairs[run] && pair <= kGb18030Pairs[run + 1];

@@ -22,10 +22,10 @@ constexpr int64_t kMixtureStart = 600;
 constexpr int kEnglish = findLanguage("en");
 
 // All candidates are tried on the most frequent pairs, and only those that are not far behind then on all of them.
-constexpr int kFirstPairs = 24;
+constexpr int kFirstPairs = 20;
 constexpr int kMostPairs = 2048;
 constexpr int64_t kFar = 4000;
-constexpr int kMostWork = 30000;
+constexpr int kMostWork = 12000;
 
 constexpr int64_t kLargestBest = 1 << 30;
 constexpr int kCellStretch = 16;
@@ -62,21 +62,24 @@ struct Scratch {
 };
 
 bool lessCost(const Candidate &a, const Candidate &b) {
-    if (a.cost != b.cost)
+    if (a.cost != b.cost) {
         return a.cost < b.cost;
+    }
     return a.encoding != b.encoding ? a.encoding < b.encoding : a.language < b.language;
 }
 
 bool moreOften(const Pair &a, const Pair &b) {
-    if (a.count != b.count)
+    if (a.count != b.count) {
         return a.count > b.count;
+    }
     return a.first != b.first ? a.first < b.first : a.second < b.second;
 }
 
 bool anyIn(const uint32_t *counts) {
     uint32_t any = 0;
-    for (int i = 0; i < kCellStretch; i++)
+    for (int i = 0; i < kCellStretch; i++) {
         any |= counts[i];
+    }
     return any != 0;
 }
 
@@ -87,14 +90,17 @@ int listPairs(const BytePairs &counts, uint32_t least, Text &text) {
     for (int a = 0; a < kByteCodes; a++) {
         int codes = isHighCode(a) ? kByteCodes : kHighCodes;
         for (int from = 0; from < codes; from += kCellStretch) {
-            if (!anyIn(&counts.counts[a][from]))
+            if (!anyIn(&counts.counts[a][from])) {
                 continue;
+            }
             for (int b = from; b < std::min(codes, from + kCellStretch); b++) {
                 uint32_t often = counts.counts[a][b];
-                if (often < least)
+                if (often < least) {
                     continue;
-                if (count == kMostPairs)
+                }
+                if (count == kMostPairs) {
                     return count + 1;
+                }
                 text.pairs[count++] = {static_cast<uint8_t>(a), static_cast<uint8_t>(b), often};
             }
         }
@@ -106,8 +112,9 @@ int listPairs(const BytePairs &counts, uint32_t least, Text &text) {
 void listPairs(const BytePairs &counts, Text &text) {
     for (uint32_t least = 1;; least *= 2) {
         text.pairCount = listPairs(counts, least, text);
-        if (text.pairCount <= kMostPairs)
+        if (text.pairCount <= kMostPairs) {
             break;
+        }
     }
     Pair *end = text.pairs + text.pairCount;
     for (int most : {16 * kFirstPairs, 4 * kFirstPairs, kFirstPairs}) {
@@ -117,11 +124,13 @@ void listPairs(const BytePairs &counts, Text &text) {
         }
     }
     bool listed[kByteCodes] = {};
-    for (const Pair &pair : std::span(text.pairs, static_cast<size_t>(text.pairCount)))
+    for (const Pair &pair : std::span(text.pairs, static_cast<size_t>(text.pairCount))) {
         listed[pair.first] = listed[pair.second] = true;
+    }
     for (int code = 0; code < kHighCodes; code++) {
-        if (listed[code])
+        if (listed[code]) {
             text.codes[text.codeCount++] = static_cast<uint8_t>(code);
+        }
     }
 }
 
@@ -138,15 +147,17 @@ void weighLetters(const LetterPairs &counts, int32_t percent, int64_t cap, Text 
     Alphabet english(kEnglish);
     for (uint8_t a = 0; a < kFoldedLetters; a++) {
         for (uint8_t b = 0; b < kFoldedLetters; b++) {
-            if (counts[a][b] != 0 && a + b != 0)
+            if (counts[a][b] != 0 && a + b != 0) {
                 pairs[count++] = {a, b, static_cast<uint8_t>(english.steps(a, b)), counts[a][b]};
+            }
         }
     }
     int64_t costs[kLanguageCount];
     int64_t best = INT64_MAX;
     for (int language = 0; language < kLanguageCount; language++) {
-        if (kLanguages[language].script != kLatin)
+        if (kLanguages[language].script != kLatin) {
             continue;
+        }
         Alphabet alphabet(language);
         int64_t pure = 0;
         int64_t mixed = kMixtureStart;
@@ -154,9 +165,9 @@ void weighLetters(const LetterPairs &counts, int32_t percent, int64_t cap, Text 
             // Every Latin alphabet begins with a to z.
             int own = alphabet.steps(pair.first, pair.second);
             int other = pair.english;
-            pure += int64_t{pair.count} * (own * Alphabet::kPairStep);
-            mixed += int64_t{pair.count} *
-                     (std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)]);
+            pure += int64_t{pair.count} * own * Alphabet::kPairStep;
+            const int32_t either = std::min(own, other) * Alphabet::kPairStep + kMixtureCosts[std::abs(own - other)];
+            mixed += int64_t{pair.count} * either;
         }
         costs[language] = std::min(pure, mixed);
         best = std::min(best, costs[language]);
@@ -174,8 +185,9 @@ void weighAscii(const BytePairs &counts, Text &text) {
     LetterPairs folded = {};
     auto letterOf = [](int code) { return isAsciiLetter(code) ? (code - kUpperCode) % 26 + 1 : 0; };
     for (int a = kHighCodes; a < kByteCodes; a++) {
-        for (int b = kHighCodes; b < kByteCodes; b++)
+        for (int b = kHighCodes; b < kByteCodes; b++) {
             folded[letterOf(a)][letterOf(b)] += counts.counts[a][b];
+        }
     }
     weighLetters(folded, kNearPercent, kNearCap, text);
     weighLetters(counts.elsewhere, kElsewherePercent, kElsewhereCap, text);
@@ -183,8 +195,9 @@ void weighAscii(const BytePairs &counts, Text &text) {
 
 int64_t sum(const uint32_t *first, const uint32_t *end) {
     int64_t total = 0;
-    for (; first < end; first++)
+    for (; first < end; first++) {
         total += *first;
+    }
     return total;
 }
 
@@ -210,14 +223,37 @@ bool sameText(const Text &text, int encoding, int other) {
 
 bool isConverted(int encoding) { return kEncodings[encoding].number < kShiftJis; }
 
+// What the bytes of a text are in one language; worked out when asked for, and the same in all encodings.
+class Signs {
+  public:
+    explicit Signs(int language) : alphabet_(language) {
+        for (Sign &sign : signs_) {
+            sign.group = kGroups;
+        }
+    }
+
+    const Alphabet &alphabet() const { return alphabet_; }
+    const Sign &of(int encoding, int code) {
+        int character = isHighCode(code) ? characterOf(encoding, code) : kCharacterCount + code - kHighCodes;
+        Sign &sign = signs_[character];
+        if (sign.group == kGroups) {
+            sign = signOf(encoding, alphabet_, code);
+        }
+        return sign;
+    }
+
+  private:
+    static constexpr int kCharacterCount = static_cast<int>(std::size(kKinds));
+
+    Alphabet alphabet_;
+    Sign signs_[kCharacterCount + kByteCodes - kHighCodes];
+};
+
 // What the pairs of a text cost in one encoding and language.
 class PairSum {
   public:
-    PairSum(const Text &text, int encoding, const Alphabet &alphabet, int64_t start)
-        : text_(text), alphabet_(alphabet), encoding_(encoding), cost_(start) {
-        for (Sign &sign : signs_)
-            sign.group = kGroups;
-    }
+    PairSum(const Text &text, int encoding, Signs &signs, int64_t start)
+        : text_(text), signs_(signs), encoding_(encoding), cost_(start) {}
 
     // Adds the pairs up to one, or to where the sum passes the bound: then the sum is less than the pairs cost.
     int64_t addUpTo(int end, int64_t bound) {
@@ -226,7 +262,8 @@ class PairSum {
             int stop = std::min(end, next_ + kStretch);
             for (; next_ < stop; next_++) {
                 const Pair &pair = text_.pairs[next_];
-                cost_ += int64_t{costOf(alphabet_, sign(pair.first), sign(pair.second))} * pair.count;
+                const Sign &first = signs_.of(encoding_, pair.first);
+                cost_ += int64_t{costOf(signs_.alphabet(), first, signs_.of(encoding_, pair.second))} * pair.count;
             }
         }
         return cost_;
@@ -235,31 +272,27 @@ class PairSum {
     int added() const { return next_; }
 
   private:
-    const Sign &sign(int code) {
-        Sign &sign = signs_[code];
-        if (sign.group == kGroups)
-            sign = signOf(encoding_, alphabet_, code);
-        return sign;
-    }
-
     const Text &text_;
-    const Alphabet &alphabet_;
+    Signs &signs_;
     int encoding_;
     int next_ = 0;
     int64_t cost_;
-    Sign signs_[kByteCodes];
 };
 
 int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints &hints) {
     int64_t cost = kLanguages[language].prior + kEncodings[encoding].prior + text.behind[language];
-    if ((kEncodings[encoding].homes >> language & 1) == 0)
+    if ((kEncodings[encoding].homes >> language & 1) == 0) {
         cost += kUnusual;
-    if (kLanguages[language].script != kLatin)
+    }
+    if (kLanguages[language].script != kLatin) {
         cost += std::min(text.highRuns, text.asciiWords) * kRunAmongWords + text.behind[kEnglish];
-    if ((hints.languages >> language & 1) != 0)
+    }
+    if ((hints.languages >> language & 1) != 0) {
         cost -= kHint;
-    if ((hints.encodings >> encoding & 1) != 0)
+    }
+    if ((hints.encodings >> encoding & 1) != 0) {
         cost -= kHint;
+    }
     return cost;
 }
 
@@ -268,17 +301,19 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
     int count = 0;
     int firstPairs = std::min(text.pairCount, kFirstPairs);
     for (int16_t language = 0; language < kLanguageCount; language++) {
-        Alphabet alphabet(language);
+        Signs signs(language);
         for (int16_t encoding = 0; encoding < kEncodingCount; encoding++) {
-            if ((kEncodings[encoding].languages >> language & 1) == 0)
+            if ((kEncodings[encoding].languages >> language & 1) == 0) {
                 continue;
-            PairSum sum(text, encoding, alphabet, priorOf(text, encoding, language, hints));
+            }
+            PairSum sum(text, encoding, signs, priorOf(text, encoding, language, hints));
             candidates[count++] = {sum.addUpTo(firstPairs, INT64_MAX), encoding, language};
         }
     }
     std::sort(candidates, candidates + count, lessCost);
-    if (text.pairCount == firstPairs)
+    if (text.pairCount == firstPairs) {
         return count;
+    }
     // Who is this far behind already only falls back further. What the rest would cost is not worked out: at least as
     // much more than the best as now.
     int64_t start = candidates[0].cost;
@@ -290,8 +325,8 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
             candidate.cost += best - start;
             continue;
         }
-        Alphabet alphabet(candidate.language);
-        PairSum sum(text, candidate.encoding, alphabet, priorOf(text, candidate.encoding, candidate.language, hints));
+        Signs signs(candidate.language);
+        PairSum sum(text, candidate.encoding, signs, priorOf(text, candidate.encoding, candidate.language, hints));
         candidate.cost = sum.addUpTo(text.pairCount, best + kFar);
         best = std::min(best, candidate.cost);
         work -= sum.added();
@@ -300,17 +335,21 @@ int rank(const Text &text, const ReadingHints &hints, Candidate *candidates) {
     return count;
 }
 
+int32_t clamped(int64_t cost) { return static_cast<int32_t>(std::min<int64_t>(cost, INT32_MAX)); }
+
 // An encoding that is not converted comes first only where it is sure.
 void preferConverted(Candidate *candidates, int count) {
     const Candidate *end = candidates + count;
     const Candidate *best = std::find_if(candidates, candidates + count,
                                          [](const Candidate &candidate) { return isConverted(candidate.encoding); });
-    if (best == end || candidates[0].cost + kSureMargin <= best->cost)
+    if (best == end || candidates[0].cost + kSureMargin <= best->cost) {
         return;
+    }
     int64_t cost = best->cost;
     for (Candidate &candidate : std::span(candidates, static_cast<size_t>(count))) {
-        if (!isConverted(candidate.encoding))
+        if (!isConverted(candidate.encoding)) {
             candidate.cost = std::max(candidate.cost, cost + 1);
+        }
     }
     std::sort(candidates, candidates + count, lessCost);
 }
@@ -320,8 +359,9 @@ void preferConverted(Candidate *candidates, int count) {
 bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) {
     readings.count = 0;
     auto *scratch = static_cast<Scratch *>(calloc(1, sizeof(Scratch)));
-    if (scratch == nullptr)
+    if (scratch == nullptr) {
         return false;
+    }
     Text &text = scratch->text;
     countBytePairs(bytes, scratch->counts);
     listPairs(scratch->counts, text);
@@ -331,17 +371,24 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
     preferConverted(scratch->candidates, count);
     // Sums of vast texts are cut alike, so that the margins stay.
     int64_t excess = std::max<int64_t>(scratch->candidates[0].cost - kLargestBest, 0);
+    bool seen[kEncodingCount] = {};
     for (const Candidate &candidate : std::span(scratch->candidates, static_cast<size_t>(count))) {
-        if (readings.count == static_cast<int32_t>(std::size(readings.rows)))
+        if (seen[candidate.encoding]) {
+            continue;
+        }
+        seen[candidate.encoding] = true;
+        if (readings.count == static_cast<int32_t>(std::size(readings.rows))) {
             break;
+        }
         Reading *end = readings.rows + readings.count;
         bool listed = std::any_of(readings.rows, end, [&](const Reading &row) {
             return sameText(text, candidate.encoding, singleByteIndex(row.encoding));
         });
-        if (!listed)
-            readings.rows[readings.count++] = {
-                kEncodings[candidate.encoding].number, candidate.language,
-                static_cast<int32_t>(std::min<int64_t>(candidate.cost - excess, INT32_MAX))};
+        if (!listed) {
+            const int64_t prior = priorOf(text, candidate.encoding, candidate.language, hints);
+            readings.rows[readings.count++] = {kEncodings[candidate.encoding].number, candidate.language,
+                                               clamped(candidate.cost - excess), clamped(candidate.cost - prior)};
+        }
     }
     free(scratch);
     return true;
@@ -350,8 +397,9 @@ bool readSingleByte(Bytes bytes, const ReadingHints &hints, Readings &readings) 
 std::span<const LanguageInfo> languages() {
     static constexpr auto kInfos = [] {
         std::array<LanguageInfo, static_cast<size_t>(kLanguageCount)> infos{};
-        for (size_t i = 0; i < infos.size(); i++)
+        for (size_t i = 0; i < infos.size(); i++) {
             infos[i] = {kLanguages[i].code, kLanguages[i].name};
+        }
         return infos;
     }();
     return kInfos;
@@ -359,16 +407,18 @@ std::span<const LanguageInfo> languages() {
 
 int32_t singleByteIndex(int32_t encoding) {
     for (int i = 0; i < kEncodingCount; i++) {
-        if (kEncodings[i].number == encoding)
+        if (kEncodings[i].number == encoding) {
             return i;
+        }
     }
     return -1;
 }
 
 uint16_t codePointOf(int32_t encoding, uint8_t byte) {
     int index = singleByteIndex(encoding);
-    if (byte < 0x80)
+    if (byte < 0x80) {
         return byte;
+    }
     return index < 0 ? kUndefined : kPoints[characterOf(index, byte - 0x80)];
 }
 

@@ -10,6 +10,7 @@ struct Reading {
     int32_t encoding;
     int32_t language; // index in languages(), -1 none
     int32_t cost;     // hundredths of a nat: whole numbers, so that every target gives the same
+    int32_t letters;  // the part of it that the letters cost, to be compared with a double-byte reading
 };
 
 // What is likelier than usual. A hint is a prior and not a veto.

@@ -51,42 +51,52 @@ constexpr int caseOf(int group) { return (group - kLetter) % 3; }
 
 constexpr int32_t neighbourCost(int a, int b) {
     int32_t cost = 0;
-    if (isSymbol(b))
+    if (isSymbol(b)) {
         cost += isLetter(a) ? kSymbols[b].afterLetter : a == kBlank ? kSymbols[b].afterBlank : 0;
-    if (isSymbol(a))
+    }
+    if (isSymbol(a)) {
         cost += isLetter(b) ? kSymbols[a].beforeLetter : b == kBlank ? kSymbols[a].beforeBlank : 0;
-    if (isLetter(a) && isLetter(b) && isForeign(a) != isForeign(b))
+    }
+    if (isLetter(a) && isLetter(b) && isForeign(a) != isForeign(b)) {
         cost += kMixedWord;
-    if ((a == kOwnSymbol && isForeign(b)) || (isForeign(a) && b == kOwnSymbol))
+    }
+    if ((a == kOwnSymbol && isForeign(b)) || (isForeign(a) && b == kOwnSymbol)) {
         cost += kMixedWord;
-    if (isOutside(a) && !isLetter(b))
+    }
+    if (isOutside(a) && !isLetter(b)) {
         cost += kAfterOutside;
-    if (isLetter(b) && caseOf(b) == kUpper)
+    }
+    if (isLetter(b) && caseOf(b) == kUpper) {
         cost += !isLetter(a) ? kUpperFirst : caseOf(a) == kLower ? kUpperAfterLower : kUpperAfterUpper;
+    }
     return cost;
 }
 
 Sign symbolSign(int symbol, int script) {
     bool own = (symbol == kArabicSign && script == kArabic) || (symbol == kHebrewSign && script == kHebrew) ||
                (symbol == kThaiSign && script == kThai);
-    if (own)
+    if (own) {
         return {0, 0, kOwnSymbol, kOwnSign};
+    }
     return {0, 0, static_cast<uint8_t>(symbol), kSymbols[symbol].cost};
 }
 
 Sign letterSign(const Alphabet &alphabet, int script, int letter, bool upper, bool ascii) {
     bool cased = script == kLatin || script == kCyrillic || script == kGreek;
     int letterCase = upper ? kUpper : cased ? kLower : kCaseless;
-    if (script != alphabet.script())
+    if (script != alphabet.script()) {
         return {0, 0, static_cast<uint8_t>(kForeign + letterCase), ascii ? kForeignAscii : kForeignLetter};
+    }
     uint8_t column = alphabet.column(letter);
-    if (column != 0)
+    if (column != 0) {
         return {column, column, static_cast<uint8_t>(kLetter + letterCase), 0};
+    }
     for (size_t i = 0; alphabet.hasMarks() && i < std::size(kDecomposed); i += 3) {
         uint8_t base = alphabet.column(kDecomposed[i + 1]);
         uint8_t mark = alphabet.column(kDecomposed[i + 2]);
-        if (kDecomposed[i] == letter && base != 0 && mark != 0)
+        if (kDecomposed[i] == letter && base != 0 && mark != 0) {
             return {base, mark, static_cast<uint8_t>(kLetter + letterCase), alphabet.pairCost(base, mark)};
+        }
     }
     return {0, 0, static_cast<uint8_t>(kOutside + letterCase), kRarity[kScripts[script] + letter] * 10};
 }
@@ -96,8 +106,9 @@ Sign letterSign(const Alphabet &alphabet, int script, int letter, bool upper, bo
 constinit const std::array<std::array<int16_t, kGroups>, kGroups> kNeighbours = [] {
     std::array<std::array<int16_t, kGroups>, kGroups> costs{};
     for (int a = 0; a < kGroups; a++) {
-        for (int b = 0; b < kGroups; b++)
+        for (int b = 0; b < kGroups; b++) {
             costs[static_cast<size_t>(a)][static_cast<size_t>(b)] = static_cast<int16_t>(neighbourCost(a, b));
+        }
     }
     return costs;
 }();
@@ -106,15 +117,18 @@ Sign signOf(int encoding, const Alphabet &alphabet, int code) {
     if (isAsciiLetter(code)) {
         bool upper = code < kLowerCode;
         int letter = code - (upper ? kUpperCode : kLowerCode);
-        if (upper && letter == kTurkish[0] && alphabet.hasDotless())
+        if (upper && letter == kTurkish[0] && alphabet.hasDotless()) {
             letter = kTurkish[1];
+        }
         return letterSign(alphabet, kLatin, letter, upper, true);
     }
-    if (!isHighCode(code))
+    if (!isHighCode(code)) {
         return {0, 0, static_cast<uint8_t>(code == kBlankCode ? kBlank : kPlain), 0};
+    }
     int kind = kKinds[characterOf(encoding, code)];
-    if (isLetterKind(kind))
+    if (isLetterKind(kind)) {
         return letterSign(alphabet, kind >> 8 & 0x7F, kind & 0xFF, (kind & kUpperBit) != 0, false);
+    }
     return symbolSign(kind & 0xFF, alphabet.script());
 }
 

@@ -18,8 +18,9 @@ static_assert(kEncodingCount <= 64 && kLanguageCount <= 64, "hints are words of 
 
 constexpr int findLanguage(std::string_view code) {
     int i = 0;
-    while (kLanguages[i].code != code)
+    while (kLanguages[i].code != code) {
         i++;
+    }
     return i;
 }
 
@@ -54,10 +55,12 @@ class Alphabet {
     static constexpr int32_t kPairStep = 60;
 
     explicit Alphabet(int language) : row_(kLanguages[language]), width_(row_.letters + 1) {
-        for (int i = 0; i < row_.letters; i++)
+        for (int i = 0; i < row_.letters; i++) {
             columns_[kAlphabets[row_.firstLetter + i]] = static_cast<uint8_t>(i + 1);
-        if (hasDotless())
+        }
+        if (hasDotless()) {
             columns_[kTurkish[2]] = columns_[kTurkish[0]];
+        }
     }
 
     int script() const { return row_.script; }

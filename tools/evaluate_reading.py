@@ -155,8 +155,8 @@ SOURCES: dict[str, Callable[[Path], Iterator[tuple[str, str]]]] = {
 
 def collect(folder: Path) -> Texts:
     parts: dict[tuple[str, str], list[str]] = {}
-    for source, texts in SOURCES.items():
-        for name, text in texts(folder):
+    for source, find in SOURCES.items():
+        for name, text in find(folder):
             code = language_of(name)
             if code:
                 parts.setdefault((code, source), []).append(text)
@@ -210,7 +210,8 @@ def two_parts(character: str) -> Iterator[str]:
 
 def subtitle(text: str, rng: random.Random) -> str:
     words = text.split()
-    blocks, second = [], rng.randrange(4000)
+    blocks: list[str] = []
+    second = rng.randrange(4000)
     while words:
         lines = []
         for _ in range(rng.randint(1, 2)):

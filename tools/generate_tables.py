@@ -165,7 +165,8 @@ def reading_header():
         "and how letters follow each other. Costs are -ln of a probability. Derived from",
         "tools/data/languages and, like them, under CC BY-SA 4.0; credits in tools/data/README.md.",
     ], [
-        Rows("kEncodings", "EncodingRow", encodings, "Number, prior in hundredths, languages, languages it is usual for."),
+        Rows("kEncodings", "EncodingRow", encodings,
+             "Number, prior in hundredths, languages, languages it is usual for."),
         Array("kHeld", 16, held, "Character numbers of bytes 80 to FF of each encoding.",
               row=128, decimal=True),
         Array("kPoints", 16, languages.characters(), "Code point of each character."),

@@ -30,6 +30,14 @@ TEST_PACKAGES=(googletest python3 binutils libc-bin pkg-config doxygen abigail-t
 ARM_PACKAGES=(g++-arm-linux-gnueabihf qemu-user)
 ARM64_PACKAGES=(g++-aarch64-linux-gnu qemu-user)
 CLANG_PACKAGES=(clang libclang-rt-14-dev)
+# What web.sh builds with, and tests with besides. A Node of one's own will do; where there is none, it takes Debian's.
+WEB_PACKAGES=(cmake ninja-build clang lld wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32 python3)
+WEB_TEST_PACKAGES=(chromium fonts-droid-fallback)
+command -v npm >/dev/null || WEB_PACKAGES+=(nodejs npm)
 # Players, and a font for all of the samples' scripts.
 PLAYER_PACKAGES=(python3 mpv ffmpeg gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-x
     vlc-bin vlc-plugin-base fonts-dejavu-core fonts-wqy-microhei)
+# What the Python package is built, checked and tested with; the other architecture's wheel among it.
+PYTHON_PACKAGES=(binutils g++-aarch64-linux-gnu qemu-user mypy parallel python3-build python3-chardet
+    python3-charset-normalizer python3-distributed python3-flake8 python3-pytest python3-setuptools python3-venv
+    python3-wheel)

@@ -18,8 +18,10 @@ if [ "${BARE_MACHINE_APART-}" != yes ]; then
     need_packages debootstrap git
     scratch=$(mktemp -d "${TMPDIR:-/var/tmp}/bare-machine-XXXXXX")
     trap 'rm -rf --one-file-system "$scratch"' EXIT
-    trap 'exit 130' INT TERM HUP
-    BARE_MACHINE_APART=yes SCRATCH=$scratch unshare --mount --pid --fork --kill-child "$0" "$@"
+    trap 'kill -KILL "$apart"; wait "$apart"; exit 130' INT TERM HUP
+    BARE_MACHINE_APART=yes SCRATCH=$scratch unshare --mount --pid --fork --kill-child "$0" "$@" &
+    apart=$!
+    wait "$apart"
     exit
 fi
 root=$SCRATCH/root

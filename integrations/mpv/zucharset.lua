@@ -67,6 +67,7 @@ end
 -- What the command says of a file, in the terms of this script:
 --   right     the player needs no help: UTF-8, ASCII, or no text at all
 --   trouble   why the text is not converted; nil when it is
+--   utf16     mpv cannot open it without a byte order mark
 --   sure      whether the first reading stands far before the others
 --   readings  those that can be shown, { encoding, language or nil }, the likeliest first
 local function verdict(file)
@@ -76,7 +77,7 @@ local function verdict(file)
     if file.kind == "empty" or file.kind == "ascii" or file.kind == "binary" or file.encoding == "UTF-8" then
         return { right = true, readings = {} }
     end
-    local found = { sure = file.sure, readings = {} }
+    local found = { utf16 = file.encoding:match("^UTF%-16") ~= nil, sure = file.sure, readings = {} }
     if file.kind == "unsupported" then
         found.trouble = "looks like " .. file.encoding .. ", which zucharset does not convert"
     else
@@ -242,7 +243,7 @@ local function swap()
 end
 
 -- Judges files at once and adds tracks for those that need a copy. Each has a path, a title, a language and, where mpv
--- could open it, the number of its track.
+-- could open it, the number of its track. What mpv could not open and is not UTF-16 is no matter of encodings.
 local function take(files)
     local paths = {}
     for i, file in ipairs(files) do
@@ -256,13 +257,16 @@ local function take(files)
         if file.id then
             texts[file.id] = text
         end
-        if found.trouble then
+        if not file.id and not found.utf16 then
+            mp.msg.verbose("no subtitles: " .. file.path)
+        elseif found.trouble then
             say(name_of(file.path) .. ": " .. found.trouble)
         elseif not found.right then
             local id = add_reading(text, 1)
             if id then
                 say(("%s: read as %s"):format(name_of(file.path), describe(found.readings[1])) ..
-                    (found.sure and "" or (", not sure; %s: next reading"):format(options.key)))
+                    (found.sure and "" or ", not sure") ..
+                    (not found.sure and options.key ~= "" and "; " .. options.key .. ": next reading" or ""))
             end
             if id and file.id then
                 replaced[file.id] = id
@@ -392,8 +396,4 @@ mp.register_event("shutdown", function()
         os.remove(folder)
     end
 end)
-if options.key ~= "" then
-    mp.add_key_binding(options.key, "next-reading", show_next_reading)
-else
-    mp.add_key_binding(nil, "next-reading", show_next_reading)
-end
+mp.add_key_binding(options.key ~= "" and options.key or nil, "next-reading", show_next_reading)

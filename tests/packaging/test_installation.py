@@ -106,7 +106,7 @@ class Installation(unittest.TestCase):
     def test_components(self):
         """The player's own utility library takes the place of the stand-in, so that must be separable."""
         files = {}
-        for component in ("runtime", "text", "standin", "standin_development", "development", "command"):
+        for component in ("runtime", "text", "standin", "standin_development", "development", "command", "mpv"):
             prefix = self.scratch / "components" / component
             run("cmake", "--install", BUILD, "--prefix", prefix, "--component", component)
             files[component] = sorted({path.name for path in prefix.rglob("*") if path.is_file()})
@@ -118,6 +118,7 @@ class Installation(unittest.TestCase):
             "development": ["zucharset-config-version.cmake", "zucharset-config.cmake", "zucharset.h",
                             "zucharset.pc", "zutext.h", "zutext.pc"],
             "command": ["_zucharset", "zucharset", "zucharset.1"],
+            "mpv": ["zucharset.lua"],
         })
 
     def test_manual_page_names_every_option(self):

@@ -229,11 +229,11 @@ class MpvScript(Players):
         return path
 
     def shows_copy(self, mpv):
-        """Waits until a copy has taken the place of the only subtitles."""
+        """Waits until a copy has taken the place of the only subtitles, and the screen says so."""
         def settled():
             tracks = mpv.subtitles()
-            return len(tracks) == 1 and tracks[0][2] and tracks[0][1].startswith(str(self.private))
-        mpv.wait(settled, "a copy that is shown")
+            return len(tracks) == 1 and tracks[0][2] and tracks[0][1].startswith(str(self.private)) and mpv.said()
+        mpv.wait(settled, "a copy that is shown, and a word of it")
 
     def test_pictures(self):
         for name, (_, encoding, language) in GARBLED.items():
@@ -313,7 +313,7 @@ class MpvScript(Players):
                 readable = run("iconv", "-c", "-f", encoding, "-t", "UTF-8", input=garbled("cp1251"))
         self.assertEqual(count, int(total))
         self.assertEqual(shown[-1], shown[0])
-        self.assertEqual(len(set(shown[:-1])), int(total), "readings that look alike")
+        self.assertNotEqual(shown[1], shown[0])
         self.write("movie.srt", readable)
         with self.mpv("--sub-codepage=utf-8", self.movie, helped=False) as mpv:
             self.assertEqual(mpv.picture(second), shown[-2])
@@ -348,6 +348,7 @@ class MpvScript(Players):
 
     def test_what_mpv_cannot_open(self):
         text = in_utf8("cp1251").decode().encode("utf-16-be")
+        self.write("movie.txt", garbled("cp1251")[30:90])  # no subtitles, and no word of it
         named = self.write("movie.srt", text)
         given = self.write("given.srt", text)
         for arguments, expected in ((["--sub-auto=exact"], "movie.srt: read as UTF-16BE"),
