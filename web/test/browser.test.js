@@ -439,6 +439,28 @@ test('docs/web.md tells where the tables differ from those of TextDecoder', asyn
     assert.ok(text.includes(table), `docs/web.md has not this table:\n${table}`);
 });
 
+test('a converter is closed at the end of its using scope', async () => {
+    const plain = await page.browserContext().newPage();
+    await plain.goto(`${server.url}LICENSE.txt`);
+    const outcome = await plain.evaluate(`(async () => {
+        const { load } = await import(new URL('zucharset/src/index.js', location.href).href);
+        const charset = await load();
+        let kept;
+        {
+            using converter = charset.open();
+            converter.write(Uint8Array.of(1));
+            kept = converter;
+        }
+        try {
+            kept.write(Uint8Array.of(1));
+        } catch (error) {
+            return error.message;
+        }
+    })()`);
+    await plain.close();
+    assert.match(String(outcome), /closed/);
+});
+
 describe('other conditions', () => {
     test('nothing can be sent elsewhere, from the page or its worker', async () => {
         let reached = 0;
