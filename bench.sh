@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the library against others on this machine, built for any x86-64 and, where this one is of that kind, for
+# Measures the libraries against others on this machine, built for any x86-64 and, where this one is of that kind, for
 # x86-64-v3, and writes the figures.
 #   ./bench.sh            everything: docs/performance.md with its two plots, and build/bench/report.md; about 12 minutes
 #   ./bench.sh --quick    a coarser run of the same, only to build/bench/report.md; about three minutes
@@ -11,7 +11,7 @@ source tools/packages.sh
 mode=${1:---full}
 case $mode in
     --full) options=(--benchmark_repetitions=5 --benchmark_min_time=0.04) filter=. ;;
-    --quick) options=(--benchmark_repetitions=3 --benchmark_min_time=0.02) filter='warm|fixed|detection.*/(16|8192|65536|1048576)/' ;;
+    --quick) options=(--benchmark_repetitions=3 --benchmark_min_time=0.02) filter='warm|fixed|detection.*/(16|1024|8192|65536|1048576)/' ;;
     *) sed -n '2,/^set/{/^#/s/^# \?//p}' "$0"; exit 2 ;;
 esac
 
@@ -24,7 +24,7 @@ if /lib64/ld-linux-x86-64.so.2 --help 2>/dev/null | grep -q 'x86-64-v3 (supporte
 fi
 for build in "${builds[@]}"; do
     [ -f "build/$build/build.ninja" ] || cmake --preset "$build" -DZUCHARSET_TESTS=OFF >/dev/null
-    cmake --build --preset "$build" --target zucharset_lib -- --quiet
+    cmake --build --preset "$build" --target zutext_lib -- --quiet
 done
 cmake -G Ninja -S bench -B build/bench -DZUCHARSET_BUILD="$PWD/build/release" >/dev/null
 cmake --build build/bench -- --quiet
@@ -43,7 +43,7 @@ done
 # Beside the faster build only what its figures are held against.
 if [ ${#builds[@]} -gt 1 ]; then
     measure x86-64-v3 conversion 'warm/(zucharset|iconv)' conversion-v3
-    measure x86-64-v3 detection 'detection.*/(16|8192|65536|1048576)/zucharset|fixed' detection-v3
+    measure x86-64-v3 detection 'detection.*/(16|1024|8192|65536|1048576)/zu|fixed' detection-v3
 fi
 echo "== Counting instructions"
 bench/instructions.py --check || echo "Going on: the table of instructions is the one that is written down."

@@ -1,7 +1,8 @@
-// Detection by this library and by others, on the same bytes in the same process.
+// Detection by this library and by others, and the judging of libzutext, on the same bytes in the same process.
 // Names: detection/TEXT/BYTES/WHO, with the answer as label; fixed/... for what every detection costs at least.
 #include "detector_instance.h"
 #include "texts.h"
+#include "zutext.h"
 
 #include <benchmark/benchmark.h>
 #ifdef WITH_ENCA
@@ -49,6 +50,24 @@ class Ours {
   private:
     ZU_CHARSET_HANDLE handle = nullptr;
     int32_t codeType = 0;
+};
+
+class Judging {
+  public:
+    explicit Judging(const Encoding &) {}
+
+    void detect(const std::string &bytes) {
+        if (zutext_detect(reinterpret_cast<const uint8_t *>(bytes.data()), bytes.size(), nullptr, &verdict) !=
+            ZUTEXT_OK)
+            fail("zutext judges nothing");
+    }
+    std::string answer() const {
+        const zutext_encoding *judged = zutext_encoding_of(verdict.encoding);
+        return verdict.kind == ZUTEXT_KIND_ASCII ? "ASCII" : judged == nullptr ? "" : judged->name;
+    }
+
+  private:
+    zutext_verdict verdict;
 };
 
 #ifdef WITH_UCHARDET
@@ -172,6 +191,7 @@ int main(int argc, char **argv) {
     for (const DetectionText &text : detectionTexts()) {
         for (const size_t size : SIZES) {
             add<Ours>(text, size, "zucharset");
+            add<Judging>(text, size, "zutext");
 #ifdef WITH_UCHARDET
             add<Uchardet>(text, size, "uchardet");
 #endif

@@ -1,6 +1,7 @@
-// instruction_driver convert|detect CODETYPE FILE TIMES: does one thing with the file's bytes several times, so that
+// instruction_driver convert|detect|judge CODETYPE FILE TIMES: does one thing with the file's bytes several times, so that
 // the difference between two runs is what one time takes.
 #include "zucharset.h"
+#include "zutext.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,7 @@ int main(int argc, char **argv) {
     if (argc != 5)
         return 2;
     const bool convert = std::strcmp(argv[1], "convert") == 0;
+    const bool judge = std::strcmp(argv[1], "judge") == 0;
     const int32_t codeType = std::atoi(argv[2]);
     std::vector<uint8_t> bytes(1 << 20);
     std::FILE *file = std::fopen(argv[3], "rb");
@@ -36,6 +38,10 @@ int main(int argc, char **argv) {
             if (library.pfnConverterConvStream(handle, bytes.data(), length, output.data(), &outputLength, codeType,
                                                ZU_CHARSET_CODETYPE_UTF8, &consumed) != 0 ||
                 consumed != bytes.size())
+                return 1;
+        } else if (judge) {
+            zutext_verdict verdict;
+            if (zutext_detect(bytes.data(), bytes.size(), nullptr, &verdict) != ZUTEXT_OK)
                 return 1;
         } else {
             int32_t detected = 0;

@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""Counts the instructions that a conversion and a detection take per byte of text, for every target that is built for.
+"""Counts the instructions that conversion, detection and judging take per byte of text, for every target.
+
+Judging of a small text is counted per call, for there its cost hardly depends on the length.
 
 The user-mode emulators count them, so the figures depend on compiler and library, not on the machine or its load.
 They stand in bench/instructions.csv, which is renewed after a change that is meant to move them:
@@ -28,6 +30,8 @@ EMULATORS = {  # by preset; processors of one family share a driver
     "arm64": ("aarch64-linux-gnu", ["qemu-aarch64", "-L", "/usr/aarch64-linux-gnu"]),
 }
 BYTES = 65536
+SMALL_BYTES = 1024
+PER_CALL = "judge small"  # the operation on such a text
 REPETITIONS = 5
 TOLERANCE = 1.03  # and a little more, for figures that are small
 SLACK = 0.05
@@ -44,7 +48,7 @@ def build(presets: list[str]) -> None:
     for preset in presets:
         if not (TOP / "build" / preset / "build.ninja").exists():
             run("cmake", "--preset", preset, "-DZUCHARSET_TESTS=OFF")
-        run("cmake", "--build", "--preset", preset, "--target", "zucharset_lib", "--", "--quiet")
+        run("cmake", "--build", "--preset", preset, "--target", "zutext_lib", "--", "--quiet")
         family = EMULATORS[preset][0]
         folder = BENCH if family == "host" else BENCH / family
         toolchain = [] if family == "host" else [f"-DCMAKE_TOOLCHAIN_FILE={TOP}/cmake/{family}.cmake"]
@@ -52,7 +56,7 @@ def build(presets: list[str]) -> None:
         run("cmake", "--build", folder, "--target", "instruction_driver", "--", "--quiet")
     # The texts and the counter come from this machine.
     run("cmake", "-G", "Ninja", "-S", "bench", "-B", BENCH, f"-DZUCHARSET_BUILD={TOP}/build/release")
-    if not (TOP / "build/release/libzucharset.so").exists():
+    if not (TOP / "build/release/libzutext.so").exists():
         build(["release"])
     run("cmake", "--build", BENCH, "--target", "instruction_driver", "write_texts", "instruction_count", "--", "--quiet")
 
@@ -61,7 +65,7 @@ def texts() -> list[tuple[Row, str, str]]:
     folder = BENCH / "texts"
     folder.mkdir(exist_ok=True)
     listed = []
-    for line in run(BENCH / "write_texts", folder, str(BYTES)).splitlines():
+    for line in run(BENCH / "write_texts", folder, str(BYTES), str(SMALL_BYTES)).splitlines():
         operation, name, mix, code_type, path = line.split("|")
         listed.append(((operation, name, mix), code_type, path))
     return listed
@@ -72,7 +76,7 @@ def instructions(preset: str, operation: str, code_type: str, path: str, times: 
     driver = BENCH / ("" if family == "host" else family) / "instruction_driver"
     done = subprocess.run([*emulator, "-plugin", str(BENCH / "instruction_count.so"),
                            "-E", f"LD_LIBRARY_PATH={TOP}/build/{preset}",
-                           str(driver), operation, code_type, path, str(times)],
+                           str(driver), operation.split()[0], code_type, path, str(times)],
                           check=True, capture_output=True, text=True, cwd=TOP)
     found = re.search(r"^instructions (\d+)$", done.stderr, re.MULTILINE)
     if found is None:
@@ -81,16 +85,16 @@ def instructions(preset: str, operation: str, code_type: str, path: str, times: 
 
 
 def count(presets: list[str]) -> Counts:
-    """Instructions per byte: what the repetitions beyond the first take, so that start-up does not count."""
+    """Instructions per byte, or per call: what the repetitions beyond the first take, so that start-up does not count."""
     jobs = [(preset, text) for text in texts() for preset in presets]
 
-    def per_byte(job: tuple[str, tuple[Row, str, str]]) -> float:
+    def per_unit(job: tuple[str, tuple[Row, str, str]]) -> float:
         preset, ((operation, _, _), code_type, path) = job
         once, often = (instructions(preset, operation, code_type, path, times) for times in (1, REPETITIONS))
-        return (often - once) / (REPETITIONS - 1) / os.path.getsize(path)
+        return (often - once) / (REPETITIONS - 1) / (1 if operation == PER_CALL else os.path.getsize(path))
 
     with ThreadPoolExecutor(os.cpu_count()) as pool:
-        figures = list(pool.map(per_byte, jobs))
+        figures = list(pool.map(per_unit, jobs))
     return {(text[0], preset): figure for (preset, text), figure in zip(jobs, figures)}
 
 
@@ -108,7 +112,7 @@ def write_table(counts: Counts) -> None:
         writer = csv.writer(file, lineterminator="\n")
         writer.writerow(["operation", "text", "mix", *EMULATORS])
         for row in dict.fromkeys(row for row, _ in counts):
-            writer.writerow([*row, *(f"{counts[row, preset]:.2f}" if (row, preset) in counts else ""
+            writer.writerow([*row, *(f"{counts[row, preset]:.{0 if row[0] == PER_CALL else 2}f}" if (row, preset) in counts else ""
                                      for preset in EMULATORS)])
 
 
@@ -118,7 +122,7 @@ def check(counts: Counts) -> None:
     lost = [(place, figure) for place, figure in counts.items()
             if place in written and figure > written[place] * TOLERANCE + SLACK]
     for (row, preset), figure in lost:
-        print(f"{preset}: {' '.join(row)} takes {figure:.2f} instructions per byte, "
+        print(f"{preset}: {' '.join(row)} takes {figure:.2f} instructions, "
               f"{TABLE.name} says {written[row, preset]:.2f}")
     if lost or missing:
         sys.exit(f"error: {len(lost)} of {len(counts)} figures are higher than written down, {len(missing)} are not "

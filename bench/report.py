@@ -28,7 +28,9 @@ CONVERSION_TARGETS = {  # relative to iconv: ASCII, dense, mixed
     "ISO-8859-1": (50, 12, 14), "UTF-16LE": (32, 12, 11), "UTF-8": (58, 30, 25)}
 DETECTION_RIVALS = ["uchardet", "enca"]
 AHEAD_FROM_8K_EXEMPT = {"ASCII subtitles", "UTF-8 subtitles"}
-OUTSIDE_TARGETS = {"UTF-16LE with mark"}  # the mark alone answers there
+# The mark alone answers there; western text is there for judging.
+OUTSIDE_TARGETS = {"UTF-16LE with mark", "CP1252 subtitles", "CP1252 dense"}
+JUDGING_SIZES = [1024, 8192, 65536, 1048576]
 COLOURS = {"zucharset": "#c1272d", "iconv": "#4d4d4d", "ICU": "#0071bc", "uchardet": "#8cae00", "enca": "#9467bd"}
 
 
@@ -180,6 +182,23 @@ class Detection:
         return table([title] + [size_name(size) for size in self.sizes],
                      [[text] + [f"{self.time(text, size):.1f}" for size in self.sizes] for text in self.texts])
 
+    def judging_table(self, title):
+        """Judging, and behind it what libzucharset's own detection takes, which is part of it."""
+        limits = {size: 250 + size / 1000 for size in JUDGING_SIZES}
+        header = [title] + [f"{size_name(size)}{what}" for size in JUDGING_SIZES for what in ("", ", detection")]
+        rows = [["limit"] + [cell for limit in limits.values() for cell in (f"{limit:.0f}", "")]]
+        for text in self.texts:
+            row = [text]
+            for size, limit in limits.items():
+                judging = self.time(text, size, "zutext")
+                row += [f"{judging:.1f}" + (" (missed)" if judging > limit else ""), f"{self.time(text, size):.1f}"]
+            rows.append(row)
+        return table(header, rows)
+
+    def judging_tables(self, v3):
+        tables = [self.judging_table("Microseconds, base")] + ([v3.judging_table("Microseconds, v3")] if v3 else [])
+        return "\n".join(tables)
+
     def size_tables(self, v3):
         sizes = [size_name(size) for size in self.sizes]
         tables = [self.time_table("Microseconds, base")] + ([v3.time_table("Microseconds, v3")] if v3 else [])
@@ -193,7 +212,7 @@ class Detection:
         return "\n".join(tables)
 
     def answer_table(self):
-        columns = ["zucharset"] + DETECTION_RIVALS + ["ICU"]
+        columns = ["zucharset", "zutext"] + DETECTION_RIVALS + ["ICU"]
         return table(["Answers at 64 KB"] + columns,
                      [[text] + [self.runs.get(f"detection/{text}/65536/{who}", {}).get("label") or "none"
                                 for who in columns] for text in self.texts])
@@ -228,9 +247,14 @@ def instruction_table():
     with open(TOP / "bench/instructions.csv", newline="") as file:
         lines = list(csv.DictReader(file))
     presets = [column for column in lines[0] if column not in ("operation", "text", "mix")]
-    return table(["Instructions per byte"] + presets,
-                 [[" ".join([line["operation"], line["text"]] + ([line["mix"]] if line["operation"] == "convert" else []))]
-                  + [line[preset] or "-" for preset in presets] for line in lines])
+
+    def part(title, small):
+        return table([title] + presets,
+                     [[" ".join([line["operation"], line["text"]] + ([line["mix"]] if line["operation"] == "convert" else []))]
+                      + [line[preset] or "-" for preset in presets]
+                      for line in lines if (line["operation"] == "judge small") == small])
+
+    return part("Instructions per byte", False) + "\n" + part("Instructions per call, 1 KB", True)
 
 
 def machine(conversion, detection, mode):
@@ -273,6 +297,7 @@ def main():
         "conversion": sizes + "\n" + conversion.other_table(),
         "detection-targets": detection.target_table(),
         "detection": detection.size_tables(detection_v3) + "\n" + detection.answer_table(),
+        "judging": detection.judging_tables(detection_v3),
         "instructions": instruction_table(),
     }
     (RESULTS / "report.md").write_text("\n".join(f"## {name}\n\n{text}" for name, text in sections.items()))

@@ -146,6 +146,8 @@ const std::vector<DetectionText> &detectionTexts() {
         {"UTF-16LE subtitles", "UTF-16LE", Mix::mixed, false},
         {"UTF-16LE with mark", "UTF-16LE", Mix::mixed, true},
         {"ISO-8859-7 subtitles", "ISO-8859-7", Mix::mixed, false},
+        {"CP1252 subtitles", "CP1252", Mix::mixed, false},
+        {"CP1252 dense", "CP1252", Mix::dense, false},
     };
     return list;
 }
