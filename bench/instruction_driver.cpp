@@ -1,5 +1,5 @@
-// instruction_driver convert|detect|judge CODETYPE FILE TIMES: does one thing with the file's bytes several times, so that
-// the difference between two runs is what one time takes.
+// instruction_driver convert|detect|judge CODETYPE FILE TIMES: does one thing with the file's bytes several times, so
+// that the difference between two runs is what one time takes.
 #include "zucharset.h"
 #include "zutext.h"
 

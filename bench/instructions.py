@@ -91,7 +91,8 @@ def count(presets: list[str]) -> Counts:
     def per_unit(job: tuple[str, tuple[Row, str, str]]) -> float:
         preset, ((operation, _, _), code_type, path) = job
         once, often = (instructions(preset, operation, code_type, path, times) for times in (1, REPETITIONS))
-        return (often - once) / (REPETITIONS - 1) / (1 if operation == PER_CALL else os.path.getsize(path))
+        units = 1 if operation == PER_CALL else os.path.getsize(path)
+        return (often - once) / (REPETITIONS - 1) / units
 
     with ThreadPoolExecutor(os.cpu_count()) as pool:
         figures = list(pool.map(per_unit, jobs))

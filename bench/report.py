@@ -184,16 +184,17 @@ class Detection:
 
     def judging_table(self, title):
         """Judging, and behind it what libzucharset's own detection takes, which is part of it."""
-        limits = {size: 250 + size / 1000 for size in JUDGING_SIZES}
-        header = [title] + [f"{size_name(size)}{what}" for size in JUDGING_SIZES for what in ("", ", detection")]
-        rows = [["limit"] + [cell for limit in limits.values() for cell in (f"{limit:.0f}", "")]]
-        for text in self.texts:
-            row = [text]
-            for size, limit in limits.items():
-                judging = self.time(text, size, "zutext")
-                row += [f"{judging:.1f}" + (" (missed)" if judging > limit else ""), f"{self.time(text, size):.1f}"]
-            rows.append(row)
-        return table(header, rows)
+        header, limits, kept = [title], ["limit"], ["texts within it"]
+        rows = [[text] for text in self.texts]
+        for size in JUDGING_SIZES:
+            limit = 250 + size / 1000
+            judging = [self.time(text, size, "zutext") for text in self.texts]
+            header += [size_name(size), f"{size_name(size)}, detection"]
+            limits += [f"{limit:.0f}", ""]
+            kept += [f"{sum(time <= limit for time in judging)} of {len(judging)}", ""]
+            for row, time in zip(rows, judging):
+                row += [f"{time:.0f}" + (" (missed)" if time > limit else ""), f"{self.time(row[0], size):.0f}"]
+        return table(header, [limits, kept] + rows)
 
     def judging_tables(self, v3):
         tables = [self.judging_table("Microseconds, base")] + ([v3.judging_table("Microseconds, v3")] if v3 else [])
