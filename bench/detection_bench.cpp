@@ -67,7 +67,7 @@ class Judging {
     }
 
   private:
-    zutext_verdict verdict;
+    zutext_verdict verdict{};
 };
 
 #ifdef WITH_UCHARDET
