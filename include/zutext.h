@@ -116,7 +116,7 @@ typedef struct zutext_language {
     const char *name; /**< "Russian" */
 } zutext_language;
 
-/** All languages, by code. @param count  out: how many */
+/** All languages: those of single-byte text by code, then Japanese, Korean and Chinese. @param count  out: how many */
 ZUTEXT_API const zutext_language *zutext_languages(size_t *count);
 
 /* ---- Options ---- */

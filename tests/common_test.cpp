@@ -102,7 +102,8 @@ string sequences(const std::vector<uint16_t> &units) {
     string text;
     for (const uint16_t unit : units) {
         uint8_t bytes[6];
-        text.append(reinterpret_cast<const char *>(bytes), ZU_CHARSET_UNICODEToUTF8code(unit, bytes));
+        text.append(reinterpret_cast<const char *>(bytes),
+                    static_cast<size_t>(ZU_CHARSET_UNICODEToUTF8code(unit, bytes)));
     }
     return text;
 }
@@ -168,7 +169,8 @@ TEST(Kernel, FormOfBlocks) {
             const uint32_t narrow = i % 2 == 0 ? 0x80 : 0x800;
             const uint32_t limit = i % 8 == 0 || kind < 4 ? narrow : kind < 7 ? 0x10000 : 0x110000;
             const auto unicode = static_cast<uint32_t>(random() % limit);
-            text.append(reinterpret_cast<const char *>(bytes), ZU_CHARSET_UNICODEToUTF8code(unicode, bytes));
+            text.append(reinterpret_cast<const char *>(bytes),
+                        static_cast<size_t>(ZU_CHARSET_UNICODEToUTF8code(unicode, bytes)));
         }
         if (i % 3 == 0) // any byte somewhere, a lead of five bytes now and then
             text[LEAD + random() % TEXT_BLOCK] = static_cast<char>(i % 9 == 0 ? 0xF8 : random());

@@ -166,6 +166,7 @@ TEST(Text, FormsThatShow) {
         {"\xFE\xFF\0H\0i"s, "text UTF-16BE"},
         {recoded(words, "UTF-8", "UTF-16BE"), "text UTF-16BE"},
         {russian, "text UTF-16LE"},
+        {recoded("楼下那辆面包车还没走，窗帘后面有人在数它的轮子。", "UTF-8", "UTF-16BE"), "text UTF-16BE"},
         {"\xFF\xFE\0\0H\0\0\0"s, "unsupported UTF-32LE"},
         {recoded(words, "UTF-8", "UTF-32BE"), "unsupported UTF-32BE"},
         {recoded("日本語の字幕です。\n", "UTF-8", "ISO-2022-JP"), "unsupported ISO-2022-JP"},

@@ -374,7 +374,12 @@ int32_t judge(const Settings &settings, const Sample &sample, zutext_verdict &ve
     }
     const ByteShares shares = countShares(sample.bytes);
     if (isBinary(shares)) {
-        decideBinary(verdict, nullptr);
+        const int32_t wide = zerolessUtf16(sample.bytes);
+        if (wide != 0) {
+            decide(verdict, ZUTEXT_KIND_TEXT, wide, ZUTEXT_BY_FORM);
+        } else {
+            decideBinary(verdict, nullptr);
+        }
         return ZUTEXT_OK;
     }
     if (shares.high == 0) {

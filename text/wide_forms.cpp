@@ -42,6 +42,9 @@ uint32_t scriptOf(uint32_t unit) {
 // What follows the first pages only says the same again.
 constexpr size_t kEnough = size_t{64} * 1024;
 
+// Fewer units than these are in two scripts by chance.
+constexpr size_t kFewest = 16;
+
 // One in so many units may be wrong: a damaged byte here and there.
 constexpr size_t kWrongOneIn = 50;
 
@@ -170,6 +173,17 @@ int32_t wideFormOf(Bytes text) {
         return 0;
     }
     return bigEndian ? ZU_CHARSET_CODETYPE_UCS16BE : ZU_CHARSET_CODETYPE_UCS16LE;
+}
+
+int32_t zerolessUtf16(Bytes text) {
+    text = text.first(std::min(text.size(), kEnough));
+    for (const bool bigEndian : {false, true}) {
+        const Utf16Units units = countUnits(text, bigEndian);
+        if (units.total >= kFewest && isPlausible(units)) {
+            return bigEndian ? ZU_CHARSET_CODETYPE_UCS16BE : ZU_CHARSET_CODETYPE_UCS16LE;
+        }
+    }
+    return 0;
 }
 
 int32_t sevenBitForm(Bytes text) {

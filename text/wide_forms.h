@@ -19,6 +19,10 @@ Utf16Units countUnits(Bytes text, bool bigEndian);
 // not taken for either.
 int32_t wideFormOf(Bytes text);
 
+// The id of the UTF-16 that bytes without a zero are, which are no text in an encoding of bytes: Chinese without spaces
+// and line ends. 0 when they are none.
+int32_t zerolessUtf16(Bytes text);
+
 // Can a text behind a mark be UTF-16 of that byte order?
 bool isPlausibleUtf16(Bytes text, bool bigEndian);
 

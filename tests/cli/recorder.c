@@ -31,8 +31,11 @@ static void note(const char *call, const char *first, const char *second) {
             abort();
         close(file);
     }
-    if (when != NULL && sscanf(when, "%d %d", &number, &signal_number) == 2 && number == count)
+    if (when != NULL && sscanf(when, "%d %d", &number, &signal_number) == 2 && number == count) {
         kill(getpid(), signal_number);
+        if (signal_number != SIGSTOP)
+            pause(); /* until another thread has dealt with it */
+    }
 }
 
 /* Is it the file whose sync is to fail? */

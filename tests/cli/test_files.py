@@ -110,7 +110,7 @@ class FilesTest(CliTest):
             ("detect", {"data": OLD}, 0, "GBK"), ("convert -f gbk -t utf8//TRANSLIT", {"data": OLD}, 0, HANZI),
             ("convert --from-code=GBK//IGNORE a.srt", {}, 0, HANZI), ("nothing.srt", {}, 2, "neither a command"),
             ("", {}, 2, "subcommand"), ("detect --no-such a.srt", {}, 2, "no-such"),
-            ("detect missing a.srt sub", {}, 3, "missing"), ("--version", {}, 0, "zucharset "),
+            ("detect missing sub a.srt", {}, 3, "missing"), ("--version", {}, 0, "zucharset "),
             ("convert --dry-run --in-place a.srt it's.srt", {}, 0, "2 would be converted"),
             ("convert -n --out-dir o a.srt", {}, 0, "sure) -> o/a.srt (dry run"),
             ("detect a.srt", {"environment": {"VEMORA_LOG": "6"}}, 0, "detect"),

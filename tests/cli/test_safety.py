@@ -83,6 +83,10 @@ class SafetyTest(CliTest):
             self.assertIn(b"changed while", process.communicate(timeout=60)[1])
         self.assertEqual((process.returncode, read("d.srt"), dead_files()), (4, b"edited meanwhile", []))
         self.assertFalse(os.path.exists("d.srt.orig"))
+        write("d.srt", OLD)
+        environment["RECORD_SIGNAL"] = f"2 {signal.SIGINT.value}"  # between backup and new name
+        self.run_cli(*IN_PLACE, "d.srt", code=130, environment=environment)
+        self.assertEqual((read("d.srt"), os.path.exists("d.srt.orig"), dead_files()), (OLD, False, []))
 
     def held(self, *arguments, **options):
         """A conversion that has begun its output and waits for the rest of its input, and the writer of that."""
