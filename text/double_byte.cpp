@@ -11,7 +11,7 @@
 namespace zutext {
 namespace {
 
-constexpr size_t kRead = size_t{8} * 1024;
+constexpr size_t kRead = size_t{4} * 1024;
 constexpr int kRanked = 600;
 // Costs in hundredths of a nat.
 constexpr int32_t kFirstRank = 220; // of the most frequent character; the others follow a Zipf law

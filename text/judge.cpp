@@ -119,12 +119,18 @@ struct Utf8Shares {
     size_t malformed = 0;
 };
 
-// Ends early where there is no hope: most other texts show it in their first words.
+// Ends early where there is no hope, which most other texts show in their first words, and where there is no doubt.
 Utf8Shares countUtf8(Bytes text) {
     constexpr size_t kHopeless = 64;
+    constexpr size_t kStretch = size_t{16} * 1024;
+    constexpr size_t kUndoubted = 4096;
+    const auto isUndecided = [](const Utf8Shares &shares) {
+        return shares.malformed == 0 ? shares.characters < kUndoubted
+                                     : shares.malformed < kHopeless || shares.characters >= shares.malformed;
+    };
     Utf8Shares shares;
-    while (!text.empty() && (shares.malformed < kHopeless || shares.characters >= shares.malformed)) {
-        const size_t length = wellFormedLength(text);
+    while (!text.empty() && isUndecided(shares)) {
+        const size_t length = wellFormedLength(text.first(std::min(text.size(), kStretch)));
         shares.characters +=
             static_cast<size_t>(std::count_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(length),
                                               [](uint8_t byte) { return byte >= 0xC0; }));
@@ -136,8 +142,7 @@ Utf8Shares countUtf8(Bytes text) {
         if (step.form == Utf8Step::Form::cut) {
             break;
         }
-        const bool half = step.form == Utf8Step::Form::pair || step.form == Utf8Step::Form::surrogate;
-        (half ? shares.characters : shares.malformed) += 1;
+        (step.form == Utf8Step::Form::malformed ? shares.malformed : shares.characters) += 1;
         text = text.subspan(step.length);
     }
     return shares;
