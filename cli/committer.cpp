@@ -36,7 +36,8 @@ size_t Committer::groupSize() {
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0) {
         return 1;
     }
-    return std::clamp<size_t>(limit.rlim_cur / kShare, 1, kMost);
+    // Wider than a size on 32-bit systems.
+    return size_t(std::clamp<rlim_t>(limit.rlim_cur / kShare, 1, kMost));
 }
 
 Problems Committer::commit(std::span<OutputFile *const> files) {
