@@ -37,7 +37,7 @@ size_t Committer::groupSize() {
         return 1;
     }
     // Wider than a size on 32-bit systems.
-    return size_t(std::clamp<rlim_t>(limit.rlim_cur / kShare, 1, kMost));
+    return static_cast<size_t>(std::clamp<rlim_t>(limit.rlim_cur / kShare, 1, kMost));
 }
 
 Problems Committer::commit(std::span<OutputFile *const> files) {

@@ -199,7 +199,7 @@ int explain(const std::string &path, DetectionOptions &options) {
     printOut(printable(path) + ": " + std::to_string(text.size()) + " bytes, " + std::to_string(facts->examined) +
              " examined" + from + "\n\n");
     printOut(chartOf(*facts) + (facts->vote_named != 0 ? "" : cascadeOf(*facts)));
-    printOut(readingsOf(verdict, text.subspan(size_t(verdict.sample_offset))) + differencesOf(*facts) +
+    printOut(readingsOf(verdict, text.subspan(static_cast<size_t>(verdict.sample_offset))) + differencesOf(*facts) +
              unitsOf(*facts));
     printOut(conclusionOf(verdict, path));
     if (const std::string remark = remarkOnHint(verdict, options.prefer, options.hintOrigin); !remark.empty()) {
