@@ -39,27 +39,36 @@ set(library_overrides
 # debian_package(COMPONENT NAME SECTION MULTI_ARCH
 #     [DEPENDS PACKAGE...]      packages of this project or of others; the system's libraries are found out
 #     [REPLACES NAME]           a virtual name that only one installed package may have
+#     [ARCHITECTURE_ALL]        one package for all architectures
 #     [LINK PATH TARGET]        a symbolic link that the package has besides
+#     [SCRIPTS FILE...]         what dpkg runs, by dpkg's names for them
 #     [BINARIES FILE...]        what is built of it, in the build folder, in C; CXX_BINARIES: in C++
 # Section libs brings what every package of a library has.
 #     DESCRIPTION SUMMARY LONG)
 macro(debian_package component name section multi_arch)
-    cmake_parse_arguments(arg "" "REPLACES" "DEPENDS;LINK;BINARIES;CXX_BINARIES;DESCRIPTION" ${ARGN})
+    cmake_parse_arguments(arg ARCHITECTURE_ALL REPLACES
+        "DEPENDS;LINK;SCRIPTS;BINARIES;CXX_BINARIES;DESCRIPTION" ${ARGN})
     string(TOUPPER ${component} upper)
     list(APPEND CPACK_COMPONENTS_ALL ${component})
     set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
     # CPack writes the field as it is, and has no variable for the one behind it before CMake 3.31.
     set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION "${section}\nMulti-Arch: ${multi_arch}")
+    if(arg_ARCHITECTURE_ALL)
+        set(CPACK_DEBIAN_${upper}_PACKAGE_ARCHITECTURE all)
+    endif()
     list(JOIN arg_DEPENDS ", " CPACK_DEBIAN_${upper}_PACKAGE_DEPENDS)
     foreach(field PROVIDES CONFLICTS REPLACES)
         set(CPACK_DEBIAN_${upper}_PACKAGE_${field} ${arg_REPLACES})
     endforeach()
     list(JOIN arg_DESCRIPTION "\n" CPACK_DEBIAN_${upper}_DESCRIPTION)
     set(overrides ${common_overrides})
+    set(control ${arg_SCRIPTS})
     if("${section}" STREQUAL libs)
         list(APPEND overrides ${library_overrides})
-        set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/triggers)
+        list(APPEND control triggers)
     endif()
+    list(TRANSFORM control PREPEND ${CMAKE_CURRENT_LIST_DIR}/)
+    set(CPACK_DEBIAN_${upper}_PACKAGE_CONTROL_EXTRA ${control})
     set(CPACK_ZUCHARSET_${upper}_LINK ${arg_LINK})
     set(CPACK_ZUCHARSET_${upper}_BINARIES ${arg_BINARIES})
     set(CPACK_ZUCHARSET_${upper}_CXX_BINARIES ${arg_CXX_BINARIES})
@@ -111,13 +120,22 @@ debian_package(command zucharset text foreign
         "UTF-8 and tells where text would be lost.")
 
 # mpv takes the scripts in /etc/mpv/scripts for all users.
-set(CPACK_DEBIAN_MPV_PACKAGE_ARCHITECTURE all)
 debian_package(mpv zucharset-mpv video foreign
+    ARCHITECTURE_ALL
     LINK etc/mpv/scripts/zucharset.lua /usr/share/zucharset/mpv/zucharset.lua
     DEPENDS "zucharset (>= ${PROJECT_VERSION})" mpv
     DESCRIPTION "Subtitles of any encoding in mpv"
         "A script for the media player mpv that finds the encoding of external"
         "subtitles and shows them right, whatever mpv's own guess is. A key shows the"
         "next reading that makes sense of a text.")
+
+debian_package(python python3-zucharset python foreign
+    ARCHITECTURE_ALL
+    SCRIPTS python3-zucharset/postinst python3-zucharset/prerm
+    DEPENDS "python3 (>= 3.9)" "libzutext1 (>= ${PROJECT_VERSION})"
+    DESCRIPTION "Text of unknown encoding to UTF-8 - Python package"
+        "Opens and decodes text in Python whatever its encoding, and says how sure"
+        "that is. It calls libzutext, so that it reads a text as the zucharset command"
+        "does.")
 
 include(CPack)

@@ -13,6 +13,11 @@ sample=$top/samples/subtitles/gbk.srt
 iconv -f GBK -t UTF-8 "$sample" >"$scratch/expected"
 # The archive that this machine uses itself.
 archive=$(apt-get indextargets --format '$(REPO_URI)' 'Codename: bookworm' 'Created-By: Packages' | sed -n 1p)
+quietly() { # says what a command said only when it fails
+    "$@" >"$scratch/log" 2>&1 && return
+    cat "$scratch/log" >&2
+    exit 1
+}
 scratch_debian() { mmdebstrap --quiet "$@" "deb $archive bookworm main"; }
 
 expect_nothing_left() { # FOLDER: no file of ours is in it
@@ -33,17 +38,25 @@ inside sh -c 'dpkg -i /try/libzucharset1_*.deb' >"$scratch/log" 2>&1 || true
 grep 'depends on libvemora-utils-standin | libvemora-utils' "$scratch/log"
 [ "$(inside dpkg-query -W -f '${db:Status-Status}' libzucharset1)" = unpacked ]
 inside dpkg --purge libzucharset1 >/dev/null
-inside sh -c 'apt-get install -y -qq --no-install-recommends /try/*.deb' >/dev/null 2>&1
+quietly inside apt-get update # mmdebstrap leaves no lists of packages
+quietly inside sh -c 'apt-get install -y -qq --no-install-recommends /try/*.deb'
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
 level=
 ! inside /lib64/ld-linux-x86-64.so.2 --help | grep 'x86-64-v3 (supported' >/dev/null || level=glibc-hwcaps/x86-64-v3/
 inside /lib64/ld-linux-x86-64.so.2 --list /usr/bin/zucharset | grep "libzucharset.so => .*/x86_64-linux-gnu/${level}libz"
-inside dpkg --verify zucharset libzucharset1 libzutext1 libzucharset-dev libvemora-utils-standin libvemora-utils-standin-dev
+inside dpkg --verify zucharset libzucharset1 libzutext1 libzucharset-dev libvemora-utils-standin \
+    libvemora-utils-standin-dev zucharset-mpv python3-zucharset
 
 echo "mpv of the package loads the script of the package"
 inside mpv --vo=null --ao=null --untimed --frames=2 --sub-file=/try/gbk.srt \
     av://lavfi:color=size=320x180:rate=5:duration=10 >"$scratch/log" 2>&1
 grep 'gbk.srt: read as GBK' "$scratch/log"
+
+echo "Debian's Python has the package, compiled, and its command"
+inside sh -c 'ls /usr/lib/python3/dist-packages/zucharset/__pycache__' | grep '__init__\.cpython-3.*\.pyc'
+inside python3 -m zucharset detect /try/gbk.srt | grep 'GBK'
+inside python3 -c 'import sys, zucharset
+sys.stdout.buffer.write(zucharset.decode(open("/try/gbk.srt", "rb").read()).encode())' | cmp - "$scratch/expected"
 
 echo "a player's own utility library takes the place of the stand-in"
 player=$scratch/player
@@ -60,10 +73,11 @@ Description: a player's utility library
 END
 cp "$root/usr/lib/x86_64-linux-gnu/libvemora_utils.so" "$player/usr/lib/x86_64-linux-gnu/"
 dpkg-deb --build --root-owner-group "$player" "$root/try/player.deb" >/dev/null
-inside apt-get install -y -qq /try/player.deb >/dev/null 2>&1
+quietly inside apt-get install -y -qq /try/player.deb
 inside dpkg -S libvemora_utils.so | grep '^example-player-utils:'
 inside zucharset convert /try/gbk.srt | cmp - "$scratch/expected"
-inside apt-get purge -y -qq example-player-utils zucharset-mpv zucharset libzucharset1 libzutext1 libzucharset-dev >/dev/null 2>&1
+quietly inside apt-get purge -y -qq example-player-utils python3-zucharset zucharset-mpv zucharset libzucharset1 \
+    libzutext1 libzucharset-dev
 rm -rf "$root/try"
 expect_nothing_left "$root"
 
@@ -74,11 +88,7 @@ for architecture in armhf arm64; do
     scratch_debian --variant=extract --architectures="$architecture" --include=libc6,libstdc++6,libgcc-s1 bookworm "$root"
     # The administration of the scratch system knows nothing of the libraries that were only unpacked.
     : >"$root/var/lib/dpkg/status"
-    into() {
-        dpkg --root="$root" --force-architecture --force-depends --no-triggers "$@" >"$scratch/log" 2>&1 && return
-        cat "$scratch/log" >&2
-        exit 1
-    }
+    into() { quietly dpkg --root="$root" --force-architecture --force-depends --no-triggers "$@"; }
     into --install "$packages"/*_"$architecture".deb
     emulated() { "$emulator" -L "$root" "$root/usr/bin/zucharset" "$@"; }
     emulated detect "$sample"

@@ -106,7 +106,8 @@ class Installation(unittest.TestCase):
     def test_components(self):
         """The player's own utility library takes the place of the stand-in, so that must be separable."""
         files = {}
-        for component in ("runtime", "text", "standin", "standin_development", "development", "command", "mpv"):
+        for component in ("runtime", "text", "standin", "standin_development", "development", "command", "mpv",
+                          "python"):
             prefix = self.scratch / "components" / component
             run("cmake", "--install", BUILD, "--prefix", prefix, "--component", component)
             files[component] = sorted({path.name for path in prefix.rglob("*") if path.is_file()})
@@ -119,6 +120,7 @@ class Installation(unittest.TestCase):
                             "zucharset.pc", "zutext.h", "zutext.pc"],
             "command": ["_zucharset", "zucharset", "zucharset.1"],
             "mpv": ["zucharset.lua"],
+            "python": sorted(["METADATA", "py.typed", *(path.name for path in ROOT.glob("python/zucharset/*.py"))]),
         })
 
     def test_manual_page_names_every_option(self):
