@@ -34,6 +34,12 @@ std::vector<std::filesystem::path> filesIn(const string &folder) {
     return files;
 }
 
+// The C library of an emulated target comes without tables of encodings.
+bool hasTables() {
+    const iconv_t converter = iconv_open("CP1251", "UTF-8");
+    return converter != reinterpret_cast<iconv_t>(-1) && iconv_close(converter) == 0;
+}
+
 // By iconv; empty where the encoding lacks a character.
 string recoded(const string &text, const string &from, const string &to) {
     const iconv_t converter = iconv_open(to.c_str(), from.c_str());
@@ -124,7 +130,7 @@ TEST(Text, Names) {
     }
     size_t count = 0;
     const zutext_encoding *encodings = zutext_encodings(&count);
-    for (size_t i = 0; i < count; ++i) { // what iconv is said to call them is what it calls them
+    for (size_t i = 0; hasTables() && i < count; ++i) { // what iconv is said to call them is what it calls them
         const iconv_t converter =
             encodings[i].iconv_name == nullptr ? nullptr : iconv_open("UTF-8", encodings[i].iconv_name);
         EXPECT_NE(converter, reinterpret_cast<iconv_t>(-1)) << encodings[i].name;
@@ -169,8 +175,8 @@ TEST(Text, FormsThatShow) {
         {recoded("楼下那辆面包车还没走，窗帘后面有人在数它的轮子。", "UTF-8", "UTF-16BE"), "text UTF-16BE"},
         {"\xFF\xFE\0\0H\0\0\0"s, "unsupported UTF-32LE"},
         {recoded(words, "UTF-8", "UTF-32BE"), "unsupported UTF-32BE"},
-        {recoded("日本語の字幕です。\n", "UTF-8", "ISO-2022-JP"), "unsupported ISO-2022-JP"},
-        {recoded("한국어 자막\n", "UTF-8", "ISO-2022-KR"), "unsupported ISO-2022-KR"},
+        {"\x1B$BF|K\\8l$N;zKk$G$9!#\x1B(B\n", "unsupported ISO-2022-JP"},
+        {"\x1B$)C\x0EGQ19>n\x0F \x0E\x40Z87\x0F\n", "unsupported ISO-2022-KR"},
         {words + "~{<:Ky2;IT~}\n", "unsupported HZ"},
         {"A ~{tilde~ in plain text~}\n", "ascii UTF-8"},
         {"\0\0\x01\xBA\x44\0\x04\0"s + noise, "binary -"},
@@ -291,13 +297,17 @@ TEST(Text, PiecesAgree) {
         }
     }
     EXPECT_EQ(convertWhole(fonts + gbk).verdict, "text GBK");
-    EXPECT_EQ(convertWhole(fonts + gbk).text, fonts + recoded(gbk, "GBK", "UTF-8"));
+    if (hasTables()) {
+        EXPECT_EQ(convertWhole(fonts + gbk).text, fonts + recoded(gbk, "GBK", "UTF-8"));
+    }
     EXPECT_EQ(convertWhole(fonts).verdict, "ascii UTF-8");
 }
 
 // Every sample in every encoding that can hold it is text; in those that are made for its script it is read right, as
 // if the encoding had been named, without any hint.
 TEST(Text, SamplesAreReadRight) {
+    if (!hasTables())
+        GTEST_SKIP() << "the C library has no tables here";
     size_t count = 0;
     const zutext_encoding *encodings = zutext_encodings(&count);
     const string homes = "chinese_simplified GBK; chinese_traditional GBK; chinese_traditional Big5; korean CP949; "
@@ -324,6 +334,28 @@ TEST(Text, SamplesAreReadRight) {
         }
     }
     EXPECT_GT(right, 100);
+}
+
+// Costs are whole numbers: every target gives the same readings, of whole samples and of their starts.
+TEST(Text, EveryTargetAgrees) {
+    uint32_t digest = 0;
+    for (const auto &file : filesIn(SAMPLES "/subtitles")) {
+        const string text = readFile(file);
+        for (const size_t length : {size_t{100}, size_t{400}, text.size()}) {
+            zutext_verdict verdict;
+            ASSERT_EQ(zutext_detect(bytesOf(text), length, nullptr, &verdict), ZUTEXT_OK);
+            const auto add = [&digest](int32_t value) { digest = digest * 1000003 + static_cast<uint32_t>(value); };
+            for (const int32_t value : {verdict.kind, verdict.encoding, verdict.sure, verdict.margin})
+                add(value);
+            for (int32_t i = 0; i < verdict.reading_count; ++i) {
+                add(verdict.readings[i].encoding);
+                add(verdict.readings[i].cost);
+                for (const char *letter = verdict.readings[i].language; letter != nullptr && *letter != 0; ++letter)
+                    add(*letter);
+            }
+        }
+    }
+    EXPECT_EQ(digest, 1572587324u); // seen on x86-64; renew it when a table or a cost is meant to change
 }
 
 TEST(Text, ShortMemory) {
@@ -400,14 +432,16 @@ TEST(Text, ExplanationAndPreview) {
     ASSERT_GT(facts.difference_count, 0u);
     const zutext_difference &most = facts.differences[0];
     EXPECT_EQ(std::count(russian.begin(), russian.end(), static_cast<char>(most.byte)), most.count);
-    EXPECT_EQ(most.first, recoded(string(1, static_cast<char>(most.byte)), "CP1251", "UTF-8"));
+    if (hasTables()) {
+        EXPECT_EQ(most.first, recoded(string(1, static_cast<char>(most.byte)), "CP1251", "UTF-8"));
+    }
 
     char text[300];
     const string lines = "plain\n\xCF\xF0\xE8\xE2\xE5\xF2\n" + string(1000, '\xE0') + "\r\n\xCF\xF0\x01\n";
     EXPECT_EQ(zutext_preview(bytesOf(lines), lines.size(), 22, 1, text, sizeof text), ZUTEXT_OK);
     EXPECT_STREQ(text, "Привет");
     EXPECT_EQ(zutext_preview(bytesOf(lines), lines.size(), 107, 2, text, 20), ZUTEXT_OK); // KOI8-R, in little room
-    EXPECT_EQ(string(text).substr(0, 12), recoded("\xCF\xF0\xE8\xE2\xE5\xF2", "KOI8-R", "UTF-8"));
+    EXPECT_EQ(string(text).substr(0, 12), "оПХБЕР");
     EXPECT_LT(std::strlen(text), 20u);
     const string wide = recoded("один\nдва\n", "UTF-8", "UTF-16LE");
     EXPECT_EQ(zutext_preview(bytesOf(wide), wide.size(), 18, 2, text, sizeof text), ZUTEXT_OK);
