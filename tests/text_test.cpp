@@ -53,6 +53,16 @@ string recoded(const string &text, const string &from, const string &to) {
     return good ? output.substr(0, output.size() - room) : string();
 }
 
+// UTF-16 and UTF-32 as the compiler has them.
+template <class Units> string bytesIn(const Units &units, bool bigEndian) {
+    string bytes;
+    for (const auto unit : units) {
+        for (size_t i = 0; i < sizeof unit; ++i)
+            bytes += static_cast<char>(static_cast<uint32_t>(unit) >> 8 * (bigEndian ? sizeof unit - 1 - i : i));
+    }
+    return bytes;
+}
+
 // Kind, encoding, language and result of a verdict in a line, and the places of losses.
 string described(const zutext_verdict &verdict) {
     static const char *const kinds[] = {"empty", "ascii", "text", "unsupported", "binary"};
@@ -158,7 +168,7 @@ TEST(Text, FormsThatShow) {
             text += static_cast<char>(state >> 24);
         return text;
     }();
-    const string words = "It was a dark night.\r\n", russian = recoded("Привет, мир! Как дела?\n", "UTF-8", "UTF-16LE");
+    const string words = "It was a dark night.\r\n", russian = bytesIn(u"Привет, мир! Как дела?\n"s, false);
     const struct {
         string text, verdict;
     } rows[] = {
@@ -170,11 +180,11 @@ TEST(Text, FormsThatShow) {
         {"\xEF\xBB\xBF" + words, "text UTF-8"},
         {"\xFF\xFEH\0i\0"s, "text UTF-16LE"},
         {"\xFE\xFF\0H\0i"s, "text UTF-16BE"},
-        {recoded(words, "UTF-8", "UTF-16BE"), "text UTF-16BE"},
+        {bytesIn(std::u16string(words.begin(), words.end()), true), "text UTF-16BE"},
         {russian, "text UTF-16LE"},
-        {recoded("楼下那辆面包车还没走，窗帘后面有人在数它的轮子。", "UTF-8", "UTF-16BE"), "text UTF-16BE"},
+        {bytesIn(u"楼下那辆面包车还没走，窗帘后面有人在数它的轮子。"s, true), "text UTF-16BE"},
         {"\xFF\xFE\0\0H\0\0\0"s, "unsupported UTF-32LE"},
-        {recoded(words, "UTF-8", "UTF-32BE"), "unsupported UTF-32BE"},
+        {bytesIn(std::u32string(words.begin(), words.end()), true), "unsupported UTF-32BE"},
         {"\x1B$BF|K\\8l$N;zKk$G$9!#\x1B(B\n", "unsupported ISO-2022-JP"},
         {"\x1B$)C\x0EGQ19>n\x0F \x0E\x40Z87\x0F\n", "unsupported ISO-2022-KR"},
         {words + "~{<:Ky2;IT~}\n", "unsupported HZ"},
@@ -443,7 +453,7 @@ TEST(Text, ExplanationAndPreview) {
     EXPECT_EQ(zutext_preview(bytesOf(lines), lines.size(), 107, 2, text, 20), ZUTEXT_OK); // KOI8-R, in little room
     EXPECT_EQ(string(text).substr(0, 12), "оПХБЕР");
     EXPECT_LT(std::strlen(text), 20u);
-    const string wide = recoded("один\nдва\n", "UTF-8", "UTF-16LE");
+    const string wide = bytesIn(u"один\nдва\n"s, false);
     EXPECT_EQ(zutext_preview(bytesOf(wide), wide.size(), 18, 2, text, sizeof text), ZUTEXT_OK);
     EXPECT_STREQ(text, "один\nдва");
     EXPECT_EQ(zutext_preview(bytesOf(wide), wide.size(), 100, 2, text, sizeof text), ZUTEXT_ERROR_UNSUPPORTED);
