@@ -12,7 +12,7 @@ RUNTIME = """fflush free gettimeofday localtime_r malloc memcmp memcpy memmove m
     snprintf_s vsnprintf_s""".split()
 
 if sys.argv[2].endswith("libzutext.so"):
-    RUNTIME += "calloc memchr realloc".split()
+    RUNTIME += "bcmp calloc memchr realloc".split()
 
 text = subprocess.run([sys.argv[1], "-W", "-l", "-d", "--dyn-syms", sys.argv[2]], check=True, capture_output=True,
                       text=True, env={"LC_ALL": "C"}).stdout
