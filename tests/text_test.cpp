@@ -189,6 +189,7 @@ TEST(Text, FormsThatShow) {
         {"\x1B$)C\x0EGQ19>n\x0F \x0E\x40Z87\x0F\n", "unsupported ISO-2022-KR"},
         {words + "~{<:Ky2;IT~}\n", "unsupported HZ"},
         {"A ~{tilde~ in plain text~}\n", "ascii UTF-8"},
+        {"a\0\x3D\xD8\0\xDE"s, "text UTF-16LE"},
         {"\0\0\x01\xBA\x44\0\x04\0"s + noise, "binary -"},
         {"\x89PNG\r\n\x1A\n\0\0\0\rIHDR"s, "binary -"},
         {noise, "binary -"},

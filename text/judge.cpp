@@ -72,7 +72,7 @@ void decide(zutext_verdict &verdict, int32_t kind, int32_t encoding, int32_t dec
 
 void decideBinary(zutext_verdict &verdict, const char *what) {
     decide(verdict, ZUTEXT_KIND_BINARY, 0, ZUTEXT_BY_NOTHING);
-    verdict.what = what != nullptr ? what : "data that is no text: it is full of zeros or control characters";
+    verdict.what = what != nullptr ? what : "data full of zeros or control characters";
 }
 
 struct Mark {

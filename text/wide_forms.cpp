@@ -168,8 +168,10 @@ int32_t wideFormOf(Bytes text) {
     if (quarter > 0 && zeros[0] * 10 >= quarter * 9 && isUtf32(text, true)) {
         return kUtf32Be;
     }
-    const bool bigEndian = even > odd;
-    if (text.size() < 2 || even == odd || !isPlausible(countUnits(text, bigEndian))) {
+    // Of few units as many zeros may stand in either place; then ASCII decides.
+    const auto asciiOf = [text](bool bigEndian) { return countUnits(text, bigEndian).ascii; };
+    const bool bigEndian = even != odd ? even > odd : asciiOf(true) > asciiOf(false);
+    if (text.size() < 2 || !isPlausible(countUnits(text, bigEndian))) {
         return 0;
     }
     return bigEndian ? ZU_CHARSET_CODETYPE_UCS16BE : ZU_CHARSET_CODETYPE_UCS16LE;
