@@ -30,8 +30,8 @@ template <size_t u32Entries> void copyPage(uint16_t (&au16Copy)[u32Entries], con
         logText(LOG_ERROR, "memcpy_s fail");
 }
 
-// What code page 1254 has in common with ISO-8859-1 it does not take from its table: these bytes are right even when the
-// table could not be copied.
+// What code page 1254 has in common with ISO-8859-1 it does not take from its table: these bytes are right even when
+// the table could not be copied.
 void setLatin1Rows(uint16_t (&au16Cp1254)[128]) {
     for (uint16_t u16Byte = 0xA0; u16Byte <= 0xEF; ++u16Byte) {
         if (u16Byte <= 0xCF || u16Byte >= 0xE0)
