@@ -52,7 +52,7 @@ class Buffer {
         if (!reserve(more.size())) {
             return false;
         }
-        if (!more.empty()) {
+        if (m_data != nullptr && !more.empty()) {
             std::memcpy(m_data + m_size, more.data(), more.size());
         }
         m_size += more.size();

@@ -127,17 +127,12 @@ size_t wellFormedLength(Bytes text) {
             if (left < 2 || text[at + 1] < second.first || text[at + 1] > second.last) {
                 return at;
             }
-            if (text[at] < 0xE0) {
-                at += 2;
-            } else if (left < 3 || !isContinuation(text[at + 2])) {
+            const size_t length = text[at] < 0xE0 ? 2 : text[at] < 0xF0 ? 3 : 4;
+            if (left < length || (length > 2 && !isContinuation(text[at + 2])) ||
+                (length > 3 && !isContinuation(text[at + 3]))) {
                 return at;
-            } else if (text[at] < 0xF0) {
-                at += 3;
-            } else if (left < 4 || !isContinuation(text[at + 3])) {
-                return at;
-            } else {
-                at += 4;
             }
+            at += length;
         }
     }
     return at;
