@@ -463,6 +463,8 @@ def main() -> int:
         sys.stdout.flush()
     except OSError as error:
         _say(f"standard output: cannot write: {_reason(error)}")
+        # What is still in the buffer would fail once more at the end, and with an exit code of the interpreter's own.
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return OUTPUT
     except KeyboardInterrupt:
         return 130
