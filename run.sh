@@ -24,14 +24,11 @@ echo "== Detected"
 "$zucharset" detect -- "${files[@]}" || keep_highest $?
 for file in "${files[@]}"; do
     echo
+    echo "== $file as UTF-8"
     if [ $# -gt 0 ]; then
-        echo "== $file as UTF-8"
         "$zucharset" convert -- "$file" || keep_highest $?
     else
-        # Detection cannot tell every code page from its neighbours, and a sample's name says what it is.
-        encoding=$(basename "$file" .srt)
-        echo "== $file from $encoding to UTF-8"
-        "$zucharset" convert --from "$encoding" "$file" | sed -n 1,8p # a few lines of each tell enough
+        "$zucharset" convert --quiet "$file" | sed -n 1,8p # a few lines of each tell enough
     fi
 done
 exit $status
