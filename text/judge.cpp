@@ -171,9 +171,8 @@ bool decideUtf8(const Sample &sample, zutext_verdict &verdict) {
 
 // A hint lets a double-byte reading cost half as much again.
 constexpr int64_t kHintWeight = 150;
-constexpr int64_t kVoteWeight = 85; // in hundredths of the cost
-constexpr int64_t kHopeless = 2;    // times the best single-byte cost
-constexpr int64_t kNoCost = INT64_MAX;
+constexpr int64_t kVoteWeight = 85;   // in hundredths of the cost
+constexpr int64_t kHopelessTimes = 2; // times the best single-byte cost
 
 class LetterJudge {
   public:
@@ -186,7 +185,7 @@ class LetterJudge {
         if (!readSingleByte(m_text, {}, plain)) {
             return ZUTEXT_ERROR_MEMORY;
         }
-        m_hopeless = kHopeless * std::max(1, plain.rows[0].letters);
+        m_hopeless = kHopelessTimes * std::max(1, plain.rows[0].letters);
         for (size_t i = 0; i < kWideCount; ++i) {
             int32_t cost = 0;
             if (!readDoubleByte(m_text, kWideEncodings[i].encoding, m_hopeless, cost)) {
@@ -211,7 +210,7 @@ class LetterJudge {
     void decideBy(const Readings &readings, uint32_t wideHints, zutext_verdict &verdict) const {
         const int64_t single = std::max(1, readings.rows[0].letters);
         size_t best = kWideCount;
-        int64_t bestCost = kNoCost;
+        int64_t bestCost = INT64_MAX;
         for (size_t i = 0; i < kWideCount; ++i) {
             const bool claimed = kWideEncodings[i].encoding == m_vote;
             const bool hinted = (wideHints >> i & 1) != 0;
