@@ -35,6 +35,15 @@ inline bool isAsciiBlock(const uint8_t *pu8Block) {
     return isZero(vAny & 0x80);
 }
 
+// A bit for each byte of a block that is 80 or more, that of the first byte lowest.
+ZU_HOT uint64_t foreignBits(const uint8_t *pu8Block) {
+    uint64_t u64Bits = 0;
+#pragma GCC unroll 4
+    for (int32_t i = 0; i < TEXT_BLOCK; i += WIDE_BYTES)
+        u64Bits |= uint64_t{bitsOf(loadAs<WIDE_U8>(pu8Block + i))} << i;
+    return u64Bits;
+}
+
 // Bytes of a block that are 80 or more.
 inline int32_t countForeign(const uint8_t *pu8Block) {
     uint64_t u64Sums = 0; // eight sums side by side, each at most eight

@@ -98,32 +98,54 @@ inline constexpr PACKING_S s_stPackFour = makePacking<4>([](uint32_t u32Row, int
 inline constexpr PACKING_S s_stPackEight =
     makePacking<8>([](uint32_t u32Row, int32_t s32Point) { return (u32Row >> s32Point & 1) != 0 ? 2 : 1; });
 
+// Sequences in lanes of four bytes, last byte lowest: of each sixteen bytes of a vector the first four code points are
+// in vLow, the other four in vHigh.
+template <class Vector> struct LANES_S {
+    Vector vLow;
+    Vector vHigh;
+};
+
+// Puts together the last two bytes of each sequence, the very last lowest, and before them the first one of three.
+ZU_HOT LANES_S<VECTOR_U8> lanesOf(VECTOR_U16 vLast, VECTOR_U16 vFirst) {
+    return {std::bit_cast<VECTOR_U8>(__builtin_shufflevector(vLast, vFirst, 0, 8, 1, 9, 2, 10, 3, 11)),
+            std::bit_cast<VECTOR_U8>(__builtin_shufflevector(vLast, vFirst, 4, 12, 5, 13, 6, 14, 7, 15))};
+}
+
+template <class Wide>
+requires(sizeof(Wide) > sizeof(VECTOR_U16)) ZU_HOT LANES_S<WIDE_U8> lanesOf(Wide vLast, Wide vFirst) {
+    return {std::bit_cast<WIDE_U8>(
+                __builtin_shufflevector(vLast, vFirst, 0, 16, 1, 17, 2, 18, 3, 19, 8, 24, 9, 25, 10, 26, 11, 27)),
+            std::bit_cast<WIDE_U8>(
+                __builtin_shufflevector(vLast, vFirst, 4, 20, 5, 21, 6, 22, 7, 23, 12, 28, 13, 29, 14, 30, 15, 31))};
+}
+
+// Writes eight or sixteen sequences without gaps. Two bits of u32Lengths for each, as in s_stPackFour.
+template <class Vector> ZU_HOT uint8_t *storePacked(uint8_t *pu8Output, LANES_S<Vector> stLanes, uint32_t u32Lengths) {
+    if constexpr (sizeof(Vector) == 16) {
+        pu8Output = s_stPackFour.store(pu8Output, stLanes.vLow, u32Lengths & 0xFF);
+        return s_stPackFour.store(pu8Output, stLanes.vHigh, u32Lengths >> 8);
+    } else {
+        pu8Output =
+            storePacked<VECTOR_U8>(pu8Output, {lowHalf(stLanes.vLow), lowHalf(stLanes.vHigh)}, u32Lengths & 0xFFFF);
+        return storePacked<VECTOR_U8>(pu8Output, {highHalf(stLanes.vLow), highHalf(stLanes.vHigh)}, u32Lengths >> 16);
+    }
+}
+
+// The last two bytes of three.
+template <class Vector> ZU_HOT Vector lastTwoOfThree(Vector vUnicode) {
+    return 0x8080 | (vUnicode & 0x3F) | (vUnicode << 2 & 0x3F00);
+}
+
+template <class Vector> ZU_HOT Vector firstOfThree(Vector vUnicode) { return 0xE0 | vUnicode >> 12; }
+
 // The sequences of as many code points as a vector holds.
 template <class Vector> ZU_HOT uint8_t *storeShuffled(uint8_t *pu8Output, Vector vUnicode) {
     const auto vOne = std::bit_cast<Vector>((vUnicode & 0xFF80) == 0);
     const auto vOneOrTwo = std::bit_cast<Vector>((vUnicode & 0xF800) == 0);
-    // The last two bytes of a sequence, the very last lowest, and before them the first one of three.
-    const Vector vLastOfMore = 0x8080 | (vUnicode & 0x3F) | (vUnicode << 2 & 0x3F00) | (vOneOrTwo & 0x4000);
-    const Vector vLast = (vUnicode & vOne) | (vLastOfMore & ~vOne);
-    const Vector vFirst = 0xE0 | vUnicode >> 12;
-    const Vector vLengths = (vOne & 0xFF) | (vOneOrTwo & 0xFF00);
-    if constexpr (sizeof(Vector) == 16) {
-        const uint32_t u32Lengths = bitsOf(std::bit_cast<VECTOR_U8>(vLengths));
-        const auto vLow = __builtin_shufflevector(vLast, vFirst, 0, 8, 1, 9, 2, 10, 3, 11);
-        const auto vHigh = __builtin_shufflevector(vLast, vFirst, 4, 12, 5, 13, 6, 14, 7, 15);
-        pu8Output = s_stPackFour.store(pu8Output, std::bit_cast<VECTOR_U8>(vLow), u32Lengths & 0xFF);
-        return s_stPackFour.store(pu8Output, std::bit_cast<VECTOR_U8>(vHigh), u32Lengths >> 8);
-    } else {
-        const uint32_t u32Lengths = bitsOf(std::bit_cast<WIDE_U8>(vLengths));
-        const auto vLow = std::bit_cast<WIDE_U8>(
-            __builtin_shufflevector(vLast, vFirst, 0, 16, 1, 17, 2, 18, 3, 19, 8, 24, 9, 25, 10, 26, 11, 27));
-        const auto vHigh = std::bit_cast<WIDE_U8>(
-            __builtin_shufflevector(vLast, vFirst, 4, 20, 5, 21, 6, 22, 7, 23, 12, 28, 13, 29, 14, 30, 15, 31));
-        pu8Output = s_stPackFour.store(pu8Output, lowHalf(vLow), u32Lengths & 0xFF);
-        pu8Output = s_stPackFour.store(pu8Output, lowHalf(vHigh), u32Lengths >> 8 & 0xFF);
-        pu8Output = s_stPackFour.store(pu8Output, highHalf(vLow), u32Lengths >> 16 & 0xFF);
-        return s_stPackFour.store(pu8Output, highHalf(vHigh), u32Lengths >> 24);
-    }
+    const Vector vLastOfMore = lastTwoOfThree(vUnicode) | (vOneOrTwo & 0x4000);
+    const auto stLanes = lanesOf((vUnicode & vOne) | (vLastOfMore & ~vOne), firstOfThree(vUnicode));
+    const auto vLengths = std::bit_cast<decltype(stLanes.vLow)>((vOne & 0xFF) | (vOneOrTwo & 0xFF00));
+    return storePacked(pu8Output, stLanes, bitsOf(vLengths));
 }
 
 // Eight sequences of one byte or two side by side, the last byte lowest.
@@ -148,16 +170,22 @@ template <class Vector> ZU_HOT uint8_t *storeSequences(uint8_t *pu8Output, Vecto
         return storePlain(pu8Output, vUnicode);
 }
 
-// Writes the sequences of eight code points from 800 to FFFF, and as many bytes behind them as KERNEL_MARGIN says.
-// Needs shuffles.
-ZU_HOT void storeThreeByteSequences(uint8_t *pu8Output, VECTOR_U16 vUnicode) {
+// Writes the sequences of code points from 800 to FFFF, and as many bytes behind them as KERNEL_MARGIN says. Needs
+// shuffles.
+ZU_HOT void storeThreeByteLanes(uint8_t *pu8Output, LANES_S<VECTOR_U8> stLanes) {
     constexpr VECTOR_U8 vPlaces = {2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, 3, 3, 3, 3};
-    const VECTOR_U16 vLast = 0x8080 | (vUnicode & 0x3F) | (vUnicode << 2 & 0x3F00);
-    const VECTOR_U16 vFirst = 0xE0 | vUnicode >> 12;
-    const auto vLow = __builtin_shufflevector(vLast, vFirst, 0, 8, 1, 9, 2, 10, 3, 11);
-    const auto vHigh = __builtin_shufflevector(vLast, vFirst, 4, 12, 5, 13, 6, 14, 7, 15);
-    storeAs(pu8Output, shuffled(std::bit_cast<VECTOR_U8>(vLow), vPlaces));
-    storeAs(pu8Output + 12, shuffled(std::bit_cast<VECTOR_U8>(vHigh), vPlaces));
+    storeAs(pu8Output, shuffled(stLanes.vLow, vPlaces));
+    storeAs(pu8Output + 12, shuffled(stLanes.vHigh, vPlaces));
+}
+
+template <class Vector> ZU_HOT void storeThreeByteSequences(uint8_t *pu8Output, Vector vUnicode) {
+    const auto stLanes = lanesOf(lastTwoOfThree(vUnicode), firstOfThree(vUnicode));
+    if constexpr (sizeof(Vector) == 16) {
+        storeThreeByteLanes(pu8Output, stLanes);
+    } else {
+        storeThreeByteLanes(pu8Output, {lowHalf(stLanes.vLow), lowHalf(stLanes.vHigh)});
+        storeThreeByteLanes(pu8Output + 24, {highHalf(stLanes.vLow), highHalf(stLanes.vHigh)});
+    }
 }
 
 // Writes a sequence of one byte or two for each byte of a single-byte text: the foreign ones take two, vLast and before

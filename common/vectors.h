@@ -9,8 +9,14 @@
 
 // The families of processors that this file knows.
 #if defined(ZUCHARSET_WITHOUT_VECTORS)
-#elif defined(__SSSE3__)
+#elif defined(__SSE2__)
+#define ZU_SSE2
+#if defined(__SSSE3__)
 #define ZU_SSSE3
+#endif
+#if defined(__AVX2__)
+#define ZU_AVX2
+#endif
 #include <immintrin.h>
 #elif defined(__ARM_NEON)
 #define ZU_NEON
@@ -46,7 +52,7 @@ typedef uint8_t VECTOR_U8_QUARTER __attribute__((vector_size(4)));
 typedef int8_t VECTOR_MASK __attribute__((vector_size(16))); // of a comparison of bytes: -1 where it holds
 
 // As wide as the target's registers.
-#if defined(ZU_SSSE3) && defined(__AVX2__)
+#if defined(ZU_AVX2)
 typedef uint16_t WIDE_U16 __attribute__((vector_size(32)));
 typedef uint8_t WIDE_U8 __attribute__((vector_size(32)));
 typedef int8_t WIDE_MASK __attribute__((vector_size(32)));
@@ -69,7 +75,7 @@ ZU_HOT VECTOR_U8 highHalf(VECTOR_U8 vWide) { return vWide; }
 #endif
 constexpr int32_t WIDE_BYTES = sizeof(WIDE_U8);
 
-#if (defined(__SSE2__) || defined(__ARM_NEON) || defined(__wasm_simd128__)) && !defined(ZUCHARSET_WITHOUT_VECTORS)
+#if defined(ZU_SSE2) || defined(ZU_NEON) || defined(ZU_WASM)
 constexpr bool HAS_VECTORS = true;
 #else
 constexpr bool HAS_VECTORS = false;
@@ -80,6 +86,13 @@ constexpr bool HAS_VECTORS = false;
 constexpr bool LOADS_BEAT_SHUFFLES = true;
 #else
 constexpr bool LOADS_BEAT_SHUFFLES = false;
+#endif
+
+// Whether bitsOf() is a single instruction.
+#if defined(ZU_SSE2) || defined(ZU_WASM)
+constexpr bool HAS_QUICK_BITS = true;
+#else
+constexpr bool HAS_QUICK_BITS = false;
 #endif
 
 // Whether single lanes are quickly taken out of vectors and put in.
@@ -103,7 +116,7 @@ struct TWO_BYTES_S {
 };
 
 ZU_HOT bool isZeroWide([[maybe_unused]] WIDE_U8 vAny) {
-#if defined(ZU_SSSE3) && defined(__AVX2__)
+#if defined(ZU_AVX2)
     return _mm256_testz_si256(std::bit_cast<__m256i>(vAny), std::bit_cast<__m256i>(vAny)) != 0;
 #else
     const auto vWords = std::bit_cast<VECTOR_U64>(vAny);
@@ -126,6 +139,21 @@ template <class Vector> ZU_HOT bool isZero(Vector vAny) {
 //   shuffled()  the bytes of vText at the places 0 to 15 that vPlaces names
 //   bitsOf()    a bit for each byte of a mask, that of the first byte lowest
 //   lookedUp()  what stands in the table for each byte; zeros for bytes below 80
+//   gathered()  what stands in a table of 16-bit entries at each place; two bytes more are read behind the entry
+
+#if defined(ZU_SSE2)
+
+ZU_HOT uint32_t bitsOf(VECTOR_U8 vMask) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(vMask)));
+}
+
+#if defined(ZU_AVX2)
+ZU_HOT uint32_t bitsOf(WIDE_U8 vMask) {
+    return static_cast<uint32_t>(_mm256_movemask_epi8(std::bit_cast<__m256i>(vMask)));
+}
+#endif
+
+#endif
 
 #if defined(ZU_SSSE3)
 
@@ -135,22 +163,12 @@ ZU_HOT VECTOR_U8 shuffled(VECTOR_U8 vText, VECTOR_U8 vPlaces) {
     return std::bit_cast<VECTOR_U8>(_mm_shuffle_epi8(std::bit_cast<__m128i>(vText), std::bit_cast<__m128i>(vPlaces)));
 }
 
-ZU_HOT uint32_t bitsOf(VECTOR_U8 vMask) {
-    return static_cast<uint32_t>(_mm_movemask_epi8(std::bit_cast<__m128i>(vMask)));
-}
-
-#if defined(ZU_SSSE3) && defined(__AVX2__)
-ZU_HOT uint32_t bitsOf(WIDE_U8 vMask) {
-    return static_cast<uint32_t>(_mm256_movemask_epi8(std::bit_cast<__m256i>(vMask)));
-}
-#endif
-
 // A place of which the high bit is set gives a zero, and adding 70 sets it for all that lie outside a row.
 ZU_HOT void lookUpRow(TWO_BYTES_S &stFound, const ROWS_OF_TWO_S &stRows, int32_t s32Row, WIDE_U8 vText) {
     const WIDE_U8 vPlaces = vText ^ static_cast<uint8_t>(0x80 + 16 * s32Row);
     const __m128i vFirst = _mm_load_si128(reinterpret_cast<const __m128i *>(stRows.au8First[s32Row]));
     const __m128i vSecond = _mm_load_si128(reinterpret_cast<const __m128i *>(stRows.au8Second[s32Row]));
-#if defined(ZU_SSSE3) && defined(__AVX2__)
+#if defined(ZU_AVX2)
     const __m256i vInRow = _mm256_adds_epu8(std::bit_cast<__m256i>(vPlaces), _mm256_set1_epi8(0x70));
     stFound.vFirst |= std::bit_cast<WIDE_U8>(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(vFirst), vInRow));
     stFound.vSecond |= std::bit_cast<WIDE_U8>(_mm256_shuffle_epi8(_mm256_broadcastsi128_si256(vSecond), vInRow));
@@ -222,8 +240,31 @@ constexpr bool HAS_SHUFFLE = false;
 
 // Never called, but there to be named.
 ZU_HOT VECTOR_U8 shuffled(VECTOR_U8 vText, VECTOR_U8) { return vText; }
+#if !defined(ZU_SSE2)
 ZU_HOT uint32_t bitsOf(VECTOR_U8) { return 0; }
+#endif
 
+#endif
+
+#if defined(ZU_AVX2)
+constexpr bool HAS_GATHER = true;
+
+// Taken apart and put together again within each half of the vector, which keeps the order.
+ZU_HOT WIDE_U16 gathered(const uint8_t *pu8Table, WIDE_U16 vPlaces) {
+    const auto *const ps32Table = reinterpret_cast<const int32_t *>(pu8Table);
+    const __m256i vZero = _mm256_setzero_si256();
+    const __m256i vEntry = _mm256_set1_epi32(0xFFFF);
+    const __m256i vLow = _mm256_unpacklo_epi16(std::bit_cast<__m256i>(vPlaces), vZero);
+    const __m256i vHigh = _mm256_unpackhi_epi16(std::bit_cast<__m256i>(vPlaces), vZero);
+    return std::bit_cast<WIDE_U16>(
+        _mm256_packus_epi32(_mm256_and_si256(_mm256_i32gather_epi32(ps32Table, vLow, 2), vEntry),
+                            _mm256_and_si256(_mm256_i32gather_epi32(ps32Table, vHigh, 2), vEntry)));
+}
+#else
+constexpr bool HAS_GATHER = false;
+
+// Never called, but there to be named.
+ZU_HOT WIDE_U16 gathered(const uint8_t *, WIDE_U16 vPlaces) { return vPlaces; }
 #endif
 
 // 32-bit ARM is faster without: the rows fill all its vector registers.

@@ -3,6 +3,8 @@
 
 #include "converter_output.h"
 
+#include <algorithm>
+
 namespace zucharset {
 
 // The pairs of a table: a row for each lead byte and a column for each trail byte. The trail bytes form one band, or
@@ -47,20 +49,24 @@ constexpr TRAIL_COLUMNS_S trailColumns(const PAIR_GRID_S &stGrid) {
 //   uint32_t entry(uint32_t u32Row, uint32_t u32Column) const
 //       the code point at a place of that grid: if it is 800 or more, the one that next() gives for the pair
 //   static constexpr bool LONG_RUNS
-//       whether eight pairs in a row are common, and if so
+//       whether many pairs in a row are common, and if so
 //   const uint8_t *table() const
 //   static constexpr bool HIGH_BYTE_FIRST
-//       what entry() reads from, row by row, and the order of its bytes
+//       what entry() reads from, row by row, and the order of its bytes; two bytes more can be read behind it
 template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
     // Eight pairs at a time, or else two, where there are so many. A single ASCII character between pairs is taken by
     // itself: it is nearly always a space, and then nothing has to be counted before the next word can begin.
     CURSOR_S convertStretch(CURSOR_S stCursor, STRETCH_S stStretch) const {
         const Decoder stDecoder = *static_cast<const Decoder *>(this); // a copy that no written byte could change
+        if constexpr (HAS_GATHER && Decoder::LONG_RUNS) {
+            if (hasRoomForRuns(stCursor, stStretch))
+                return convertRuns(stDecoder, stCursor, stStretch);
+        }
         PlainCounter<8> stPlain;
         while (stStretch.goesOn(stCursor)) {
             const uint8_t *const pu8Input = stCursor.pu8Input;
-            if constexpr (HAS_QUICK_LANES && Decoder::LONG_RUNS) {
-                if (storeEightPairs(stDecoder.table(), stCursor)) {
+            if constexpr (HAS_QUICK_LANES && !HAS_GATHER && Decoder::LONG_RUNS) {
+                if (storePairs<VECTOR_U16>(stDecoder.table(), stCursor) == 8) {
                     stCursor = advanced(stCursor, 16, 24);
                     continue;
                 }
@@ -80,9 +86,10 @@ template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
                 *stCursor.pu8Output = *pu8Input;
                 stCursor = advanced(stCursor, 1, 1);
             } else if (*pu8Input < 0x80) {
-                const int32_t s32Plain = copyAsciiWord(stCursor);
+                const bool bBlock = HAS_QUICK_BITS && stStretch.hasRoom(stCursor, PLAIN_BLOCK, PLAIN_BLOCK);
+                const int32_t s32Plain = bBlock ? copyAsciiBlock(stCursor) : copyAsciiWord(stCursor);
                 stCursor = advanced(stCursor, s32Plain, s32Plain);
-                if (stPlain.isLong(s32Plain == 8))
+                if (bBlock ? s32Plain == PLAIN_BLOCK : stPlain.isLong(s32Plain == 8))
                     break;
             } else {
                 stCursor = this->convertOne(stCursor);
@@ -92,6 +99,34 @@ template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
     }
 
   private:
+    static constexpr int32_t RUN_PAIRS = sizeof(WIDE_U16) / 2;
+
+    static bool hasRoomForRuns(CURSOR_S stCursor, STRETCH_S stStretch) {
+        return stStretch.hasRoom(stCursor, 2 * RUN_PAIRS + PLAIN_BLOCK, 3 * RUN_PAIRS + PLAIN_BLOCK);
+    }
+
+    // A run of pairs and the ASCII behind it at a time. How long they are, which no processor could foresee, decides
+    // nothing but where the next ones begin.
+    static CURSOR_S convertRuns(const Decoder &stDecoder, CURSOR_S stCursor, STRETCH_S stStretch) {
+        while (stStretch.goesOn(stCursor) && hasRoomForRuns(stCursor, stStretch)) {
+            const int32_t s32Pairs = storePairs<WIDE_U16>(stDecoder.table(), stCursor);
+            if (s32Pairs == RUN_PAIRS) {
+                stCursor = advanced(stCursor, 2 * RUN_PAIRS, 3 * RUN_PAIRS); // nothing to wait for
+                continue;
+            }
+            stCursor = advanced(stCursor, 2 * s32Pairs, 3 * s32Pairs);
+            if (quitRequested(*stStretch.pstControl))
+                break;
+            const int32_t s32Plain = copyAsciiBlock(stCursor);
+            stCursor = advanced(stCursor, s32Plain, s32Plain);
+            if (s32Plain == PLAIN_BLOCK)
+                break;
+            if (s32Pairs + s32Plain == 0)
+                stCursor = stDecoder.convertOne(stCursor);
+        }
+        return stCursor;
+    }
+
     static bool isSinglePlain(const uint8_t *pu8Input) { return pu8Input[0] < 0x80 && pu8Input[1] >= 0x80; }
 
     static constexpr TRAIL_COLUMNS_S s_stColumns = trailColumns(Decoder::GRID);
@@ -108,42 +143,56 @@ template <class Decoder> struct TwoByteDecoder : CodePointDecoder<Decoder> {
     }
 
     // By words: lanes would be taken out and put in one by one through the shuffling unit.
-    ZU_HOT static VECTOR_U16 lookedUp(const uint8_t *pu8Table, VECTOR_U16 vIndex) {
-        const auto vIndices = std::bit_cast<VECTOR_U64>(vIndex);
+    ZU_HOT static VECTOR_U16 gatheredByWords(const uint8_t *pu8Table, VECTOR_U16 vPlaces) {
+        const auto vWords = std::bit_cast<VECTOR_U64>(vPlaces);
         VECTOR_U64 vEntries{};
 #pragma GCC unroll 2
         for (int32_t i = 0; i < 2; ++i) {
-            const uint64_t u64Indices = vIndices[i];
+            const uint64_t u64Places = vWords[i];
             uint64_t u64Entries = 0;
 #pragma GCC unroll 4
             for (int32_t s32Shift = 0; s32Shift < 64; s32Shift += 16)
-                u64Entries |= uint64_t{loadAs<uint16_t>(pu8Table + 2 * (u64Indices >> s32Shift & 0xFFFF))} << s32Shift;
+                u64Entries |= uint64_t{loadAs<uint16_t>(pu8Table + 2 * (u64Places >> s32Shift & 0xFFFF))} << s32Shift;
             vEntries[i] = u64Entries;
         }
-        const auto vUnicode = std::bit_cast<VECTOR_U16>(vEntries);
-        return Decoder::HIGH_BYTE_FIRST ? vUnicode << 8 | vUnicode >> 8 : vUnicode;
+        return std::bit_cast<VECTOR_U16>(vEntries);
     }
 
-    // Writes the sequences of eight pairs if all of them are common ones.
-    ZU_HOT static bool storeEightPairs(const uint8_t *pu8Table, CURSOR_S stCursor) {
+    template <class Vector> ZU_HOT static Vector lookedUp(const uint8_t *pu8Table, Vector vPlaces) {
+        Vector vEntries;
+        if constexpr (HAS_GATHER)
+            vEntries = gathered(pu8Table, vPlaces);
+        else
+            vEntries = gatheredByWords(pu8Table, vPlaces);
+        return Decoder::HIGH_BYTE_FIRST ? vEntries << 8 | vEntries >> 8 : vEntries;
+    }
+
+    // Writes the sequences of the common pairs that come first in a vector, and gives their number. Without a quick
+    // way to look up and to count it is all of them or none.
+    template <class Vector> ZU_HOT static int32_t storePairs(const uint8_t *pu8Table, CURSOR_S stCursor) {
         constexpr PAIR_GRID_S stGrid = Decoder::GRID;
-        const auto vPairs = loadAs<VECTOR_U16>(stCursor.pu8Input);
-        const VECTOR_U16 vRow = (vPairs & 0xFF) - stGrid.u8FirstLead;
-        const VECTOR_U16 vTrail = vPairs >> 8;
-        VECTOR_U16 vColumn = vTrail - stGrid.u8FirstTrail;
-        auto vRare = (vRow > static_cast<uint16_t>(stGrid.rows() - 1)) |
-                     (vColumn > static_cast<uint16_t>(stGrid.u8LastTrail - stGrid.u8FirstTrail));
+        const auto vPairs = loadAs<Vector>(stCursor.pu8Input);
+        const Vector vRow = (vPairs & 0xFF) - stGrid.u8FirstLead;
+        const Vector vTrail = vPairs >> 8;
+        Vector vColumn = vTrail - stGrid.u8FirstTrail;
+        auto vCommon = (vRow <= static_cast<uint16_t>(stGrid.rows() - 1)) &
+                       (vColumn <= static_cast<uint16_t>(stGrid.u8LastTrail - stGrid.u8FirstTrail));
         if constexpr (stGrid.u32GapLength > 0) {
-            vRare |= vTrail - stGrid.u8GapFirst < static_cast<uint16_t>(stGrid.u32GapLength);
-            vColumn -=
-                std::bit_cast<VECTOR_U16>(vTrail > stGrid.u8GapFirst) & static_cast<uint16_t>(stGrid.u32GapLength);
+            vCommon &= vTrail - stGrid.u8GapFirst >= static_cast<uint16_t>(stGrid.u32GapLength);
+            vColumn -= std::bit_cast<Vector>(vTrail > stGrid.u8GapFirst) & static_cast<uint16_t>(stGrid.u32GapLength);
         }
-        if (!isZero(vRare))
-            return false;
-        const VECTOR_U16 vIndex = vRow * static_cast<uint16_t>(stGrid.columns()) + vColumn;
-        const VECTOR_U16 vUnicode = lookedUp(pu8Table, vIndex);
+        if (!HAS_GATHER && !isZero(~vCommon))
+            return 0;
+        const Vector vPlaces = vRow * static_cast<uint16_t>(stGrid.columns()) + vColumn;
+        const Vector vUnicode = lookedUp(pu8Table, vPlaces & std::bit_cast<Vector>(vCommon));
         storeThreeByteSequences(stCursor.pu8Output, vUnicode);
-        return isZero(vUnicode < 0x800);
+        const auto vLow = vUnicode < 0x800;
+        if (!HAS_GATHER)
+            return isZero(vLow) ? static_cast<int32_t>(sizeof(Vector) / 2) : 0;
+        const int32_t s32Common = std::countr_one(bitsOf(std::bit_cast<WIDE_U8>(vCommon))) / 2;
+        if (isZero(vLow & vCommon)) [[likely]] // a guess, so that the next step need not wait for the table
+            return s32Common;
+        return std::min(s32Common, std::countr_zero(bitsOf(std::bit_cast<WIDE_U8>(vLow))) / 2);
     }
 };
 
