@@ -1,6 +1,7 @@
 // Conversion to UTF-8 by this library and by others, on the same bytes in the same process.
 // Names: conversion/ENCODING/MIX/BYTES/warm|cold/WHO. Warm: the converter is held. Cold: made and released every time.
 // fixed/trace lines: what the two lines that every call logs take without any work of the library's own.
+// fixed/memcpy/BYTES: what it takes to move a text without looking at it; ASCII cannot be converted faster.
 #include "texts.h"
 #include "vemora_utils.h"
 
@@ -12,6 +13,7 @@
 #endif
 
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <map>
 #include <sys/time.h>
@@ -166,6 +168,15 @@ void traceLines(benchmark::State &state) {
     }
 }
 
+void copyText(benchmark::State &state, size_t size) {
+    const std::string text(size, 'a');
+    for (auto _ : state) {
+        std::memcpy(s_output, text.data(), size);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(size));
+}
+
 } // namespace
 
 int main(int argc, char **argv) {
@@ -188,6 +199,8 @@ int main(int argc, char **argv) {
         }
     }
     benchmark::RegisterBenchmark("fixed/trace lines", traceLines);
+    for (const size_t size : SIZES)
+        benchmark::RegisterBenchmark(("fixed/memcpy/" + std::to_string(size)).c_str(), copyText, size);
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -76,14 +76,20 @@ class Conversion:
         return geometric_mean([self.speed(encoding, mix, size, state, who) /
                                self.speed(encoding, mix, size, state, "iconv") for size in sizes])
 
+    def copy_ratio(self, encoding, sizes):
+        """How many times as fast as iconv with ASCII text it is to copy the text unread."""
+        return geometric_mean([self.runs[f"fixed/memcpy/{size}"]["bytes_per_second"] /
+                               self.speed(encoding, "ascii", size, "warm", "iconv") for size in sizes])
+
     def target_table(self, v3):
         """The targets hold for the faster build, where there is one."""
         builds = [("base", self)] + ([("v3", v3)] if v3 else [])
-        header = ["Encoding"] + [f"{title}, {what}" for title in MIXES.values()
-                                 for what in ["target"] + [name for name, _ in builds]]
+        header = ["Encoding", "memcpy of ASCII"] + [f"{title}, {what}" for title in MIXES.values()
+                                                    for what in ["target"] + [name for name, _ in builds]]
         rows = []
         for encoding, targets in CONVERSION_TARGETS.items():
-            row = [encoding]
+            # UTF-16 becomes half as long: that is no copy.
+            row = [encoding, "-" if encoding.startswith("UTF-16") else times(self.copy_ratio(encoding, TARGET_SIZES))]
             for mix, target in zip(MIXES, targets):
                 ratios = [build.ratio(encoding, mix, "warm", sizes=TARGET_SIZES) for _, build in builds]
                 row += [f"{target:g}"] + [times(ratio) for ratio in ratios[:-1]] + [times(ratios[-1], target)]
