@@ -105,6 +105,14 @@ template <class Decoder, int32_t s32Bytes> ZU_HOT bool takePlain(CURSOR_S &stCur
     return true;
 }
 
+// The same block by block, apart from all else: what narrows UTF-16 units keeps its constants in registers then.
+template <class Decoder>
+[[gnu::noinline]] CURSOR_S plainBlocksTaken(CURSOR_S stCursor, ENDS_S stEnds, const HANDLE_CONTROL_S &stControl) {
+    while (takePlain<Decoder, PLAIN_BLOCK>(stCursor, stEnds) && !quitRequested(stControl)) {
+    }
+    return stCursor;
+}
+
 // Whole sequences only, never more than the capacity, a 0 byte behind the last one. Away from the ends the text goes
 // in stretches, near them character by character.
 template <class Decoder>
@@ -116,8 +124,14 @@ int32_t convertToUtf8(const Decoder &stDecoder, const HANDLE_CONTROL_S &stContro
                               &stControl};
     CURSOR_S stCursor{pu8Input, pu8Output};
     while (stCursor.pu8Input < stEnds.pu8Input && !quitRequested(stControl)) {
-        if (takePlain<Decoder, PLAIN_BLOCK>(stCursor, stEnds))
+        if constexpr (HAS_SHUFFLE && Decoder::PLAIN_UNIT > 1) {
+            const uint8_t *const pu8Before = stCursor.pu8Input;
+            stCursor = plainBlocksTaken<Decoder>(stCursor, stEnds, stControl);
+            if (stCursor.pu8Input != pu8Before)
+                continue;
+        } else if (takePlain<Decoder, PLAIN_BLOCK>(stCursor, stEnds)) {
             continue;
+        }
         if (stStretch.holds(stCursor)) {
             stCursor = stDecoder.convertStretch(stCursor, stStretch);
             continue;
