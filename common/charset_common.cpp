@@ -44,11 +44,18 @@ class LineText {
         } while (u32Rest != 0);
         if (s32Line < 0)
             *--pcDigit = '-';
-        append("[");
+        append('[');
         append(strFile);
-        append(":");
-        append({pcDigit, static_cast<size_t>(pcEnd - pcDigit)});
-        append("] ");
+        append(':');
+        while (pcDigit != pcEnd)
+            append(*pcDigit++);
+        append(']');
+        append(' ');
+    }
+
+    void append(char cAdded) {
+        if (u32Length < sizeof szText - 1)
+            szText[u32Length++] = cAdded;
     }
 
     void append(std::string_view strText) {
@@ -56,18 +63,19 @@ class LineText {
         const size_t u32Added = strText.size() < u32Room ? strText.size() : u32Room;
         std::memcpy(szText + u32Length, strText.data(), u32Added);
         u32Length += u32Added;
-        szText[u32Length] = '\0';
     }
 
-    // Ends the text, whatever the host's function makes of one that is too long.
+    // The last part: it fills the buffer as far as the host's function does, which may leave out a zero that it owes.
     ZU_CHARSET_PRINTF_LIKE(2, 0) void appendFormatted(const char *pszFormat, va_list stArgs) {
         const size_t u32Room = sizeof szText - u32Length;
+        szText[u32Length] = '\0';
         if (u32Room > 1)
             vsnprintf_s(szText + u32Length, u32Room, u32Room - 1, pszFormat, stArgs);
-        szText[sizeof szText - 1] = '\0';
+        u32Length = sizeof szText - 1;
     }
 
-    void write(int32_t s32Level) const {
+    void write(int32_t s32Level) {
+        szText[u32Length] = '\0';
         const TimeStamp stStamp = now();
         const int32_t s32HostLevel = CHARSET_GetLoglevel(s32Level);
         if (stStamp.bKnown) {
@@ -169,7 +177,11 @@ void logText(int32_t s32Level, std::initializer_list<std::string_view> astrParts
     stText.write(s32Level);
 }
 
-void logText(int32_t s32Level, std::string_view strText, LogSite stSite) { logText(s32Level, {strText}, stSite); }
+void logText(int32_t s32Level, std::string_view strText, LogSite stSite) {
+    LineText stText({stSite.pszFile, stSite.u32FileLength}, stSite.s32Line);
+    stText.append(strText);
+    stText.write(s32Level);
+}
 
 int32_t refuseWithText(int32_t s32Level, const char *pszText, LogSite stSite) {
     logText(s32Level, pszText, stSite);
