@@ -35,12 +35,14 @@ inline bool isAsciiBlock(const uint8_t *pu8Block) {
     return isZero(vAny & 0x80);
 }
 
-// A bit for each byte of a block that is 80 or more, that of the first byte lowest.
-ZU_HOT uint64_t foreignBits(const uint8_t *pu8Block) {
+// A bit for each byte of a block that is u8Least or more, that of the first byte lowest.
+template <uint8_t u8Least = 0x80> ZU_HOT uint64_t bitsAtLeast(const uint8_t *pu8Block) {
     uint64_t u64Bits = 0;
 #pragma GCC unroll 4
-    for (int32_t i = 0; i < TEXT_BLOCK; i += WIDE_BYTES)
-        u64Bits |= uint64_t{bitsOf(loadAs<WIDE_U8>(pu8Block + i))} << i;
+    for (int32_t i = 0; i < TEXT_BLOCK; i += WIDE_BYTES) {
+        const auto vText = loadAs<WIDE_U8>(pu8Block + i);
+        u64Bits |= uint64_t{bitsOf(u8Least == 0x80 ? vText : std::bit_cast<WIDE_U8>(vText >= u8Least))} << i;
+    }
     return u64Bits;
 }
 

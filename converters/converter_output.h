@@ -203,7 +203,7 @@ ZU_HOT int32_t copyAsciiWord(CURSOR_S stCursor) {
 // The same for a whole block, where that takes no more than a few instructions.
 ZU_HOT int32_t copyAsciiBlock(CURSOR_S stCursor) {
     std::memcpy(stCursor.pu8Output, stCursor.pu8Input, PLAIN_BLOCK);
-    return std::countr_zero(foreignBits(stCursor.pu8Input));
+    return std::countr_zero(bitsAtLeast(stCursor.pu8Input));
 }
 
 // Base of the decoders of those encodings that yield code points below 10000.

@@ -58,6 +58,16 @@ bool pairsCanReach(const TARGET_S &stTarget) {
 
 // --- The survey ---
 
+// Where in a block pairs start, the first byte being none's second: at every other byte of each run above 7E. The
+// sum carries through the runs that begin at an even place, and so tells them from the others.
+constexpr uint64_t pairStarts(uint64_t u64Above) {
+    constexpr uint64_t EVEN = 0x5555555555555555;
+    const uint64_t u64Begins = u64Above & ~(u64Above << 1);
+    const uint64_t u64FromEven = u64Above & ~(u64Above + (u64Begins & EVEN));
+    return (u64FromEven & EVEN) | (u64Above & ~u64FromEven & ~EVEN);
+}
+static_assert(pairStarts(0b1111'0111'0110'1110) == 0b0101'0101'0010'1010);
+
 // Accepted pairs and what they weigh together.
 struct PAIR_SUM_S {
     int32_t s32Accepted;
@@ -123,24 +133,44 @@ class PairSurvey {
     // What becomes of a pair: weighed as it comes, or counted, to be weighed with its like.
     enum class PAIRS_E { WEIGHED, COUNTED };
 
+    // Counts a pair, to be weighed with its like.
+    ZU_HOT void count(TEXT_S stText, const uint8_t *pu8Pair) {
+        const size_t u32Lead = pu8Pair[0];
+        const size_t u32Trail = pu8Pair[1];
+        if (u32Trail < FIRST_TRAIL)
+            visitLowTrail(stText, static_cast<int32_t>(pu8Pair - stText.pu8));
+        else if (++au8Count[(u32Lead - FIRST_LEAD) * TRAILS + u32Trail - FIRST_TRAIL] == 0)
+            weigh(pu8Pair[0], pu8Pair[1], 256); // weighed now, and counted again from 0
+    }
+
+    // The whole blocks before pu8End. Words and spaces come in no order that a processor could foresee; here it need
+    // not.
+    const uint8_t *countBlocks(TEXT_S stText, const uint8_t *pu8, const uint8_t *pu8End) {
+        while (pu8End - pu8 >= TEXT_BLOCK && !quitRequested(stDetector.stControl)) {
+            const uint64_t u64Starts = pairStarts(bitsAtLeast<FIRST_LEAD>(pu8));
+            for (uint64_t u64Left = u64Starts; u64Left != 0; u64Left &= u64Left - 1)
+                count(stText, pu8 + std::countr_zero(u64Left));
+            pu8 += TEXT_BLOCK + (u64Starts >> 63); // with the second byte of the last pair
+        }
+        return pu8;
+    }
+
     // Steps through the pairs that start before s32End, and gives the place where the next one may start. Words with
     // single spaces between them are stepped through without a search.
     template <PAIRS_E enPairs> int32_t scanRange(TEXT_S stText, int32_t s32Pos, int32_t s32End) {
-        constexpr size_t u32FirstCell = FIRST_LEAD * TRAILS + FIRST_TRAIL;
         const HANDLE_CONTROL_S &stControl = stDetector.stControl;
-        uint8_t *const pu8Count = au8Count;
         const uint8_t *pu8 = stText.pu8 + s32Pos;
         const uint8_t *const pu8End = stText.pu8 + s32End;
+        if (HAS_QUICK_BITS && enPairs == PAIRS_E::COUNTED)
+            pu8 = countBlocks(stText, pu8, pu8End);
         while (pu8 < pu8End && !quitRequested(stControl)) {
             const size_t u32Lead = pu8[0];
             const size_t u32Trail = pu8[1];
             if (u32Lead > 0x7E) {
-                if (u32Trail < FIRST_TRAIL)
-                    visitLowTrail(stText, static_cast<int32_t>(pu8 - stText.pu8));
-                else if (enPairs == PAIRS_E::WEIGHED)
+                if (enPairs == PAIRS_E::WEIGHED && u32Trail >= FIRST_TRAIL)
                     weigh(pu8[0], pu8[1], 1);
-                else if (++pu8Count[u32Lead * TRAILS + u32Trail - u32FirstCell] == 0)
-                    weigh(pu8[0], pu8[1], 256); // weighed now, and counted again from 0
+                else
+                    count(stText, pu8);
                 pu8 += 2;
                 continue;
             }
