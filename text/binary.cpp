@@ -73,20 +73,22 @@ bool matches(Bytes start, const Format &format) {
 // Tab, line ends and other movements of the carriage, the escape and shifts of 7-bit encodings, the old end of file.
 constexpr bool isTextControl(uint8_t byte) { return (byte >= 0x08 && byte <= 0x0F) || byte == 0x1A || byte == 0x1B; }
 
-// Counts the bytes of a kind, in blocks short enough for sums in bytes: a compiler takes those many at a time.
+// Counts the bytes of a kind, in blocks short enough for sums in bytes: of a whole block, whose length it knows, a
+// compiler takes many bytes at a time.
 template <class IsKind> size_t countBytes(Bytes text, IsKind isKind) {
     constexpr size_t kBlock = 128;
-    size_t count = 0;
-    while (!text.empty()) {
-        const Bytes block = text.first(std::min(text.size(), kBlock));
+    const auto countIn = [isKind](const uint8_t *bytes, size_t length) {
         uint8_t sum = 0;
-        for (const uint8_t byte : block) {
-            sum = static_cast<uint8_t>(sum + (isKind(byte) ? 1 : 0));
+        for (size_t i = 0; i < length; i++) {
+            sum = static_cast<uint8_t>(sum + (isKind(bytes[i]) ? 1 : 0));
         }
-        count += sum;
-        text = text.subspan(block.size());
+        return size_t{sum};
+    };
+    size_t count = 0;
+    for (; text.size() >= kBlock; text = text.subspan(kBlock)) {
+        count += countIn(text.data(), kBlock);
     }
-    return count;
+    return count + countIn(text.data(), text.size());
 }
 
 } // namespace

@@ -201,17 +201,21 @@ int64_t costOf(Bytes text, size_t highBytes, int32_t encoding, const Ranks &rank
 
 } // namespace
 
-bool readDoubleByte(Bytes text, int32_t encoding, int64_t hopeless, int32_t &cost) {
+HighPart::HighPart(Bytes whole) {
+    const auto first = std::find_if(whole.begin(), whole.end(), [](uint8_t byte) { return byte >= 0x80; });
+    text = whole.subspan(static_cast<size_t>(first - whole.begin()));
+    highBytes = countHighBytes(text);
+}
+
+bool readDoubleByte(const HighPart &part, int32_t encoding, int64_t hopeless, int32_t &cost) {
     auto *ranks = static_cast<Ranks *>(calloc(1, sizeof(Ranks)));
     if (ranks == nullptr) {
         return false;
     }
     const bool known = fillFor(*ranks, encoding);
     if (known) {
-        const auto first = std::find_if(text.begin(), text.end(), [](uint8_t byte) { return byte >= 0x80; });
-        text = text.subspan(static_cast<size_t>(first - text.begin()));
-        const Bytes start = text.first(std::min(text.size(), kRead));
-        const int64_t sum = costOf(start, countHighBytes(text), encoding, *ranks, hopeless);
+        const Bytes start = part.text.first(std::min(part.text.size(), kRead));
+        const int64_t sum = costOf(start, part.highBytes, encoding, *ranks, hopeless);
         cost = static_cast<int32_t>(std::min<int64_t>(sum, INT32_MAX));
     }
     free(ranks);

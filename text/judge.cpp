@@ -186,9 +186,10 @@ class LetterJudge {
             return ZUTEXT_ERROR_MEMORY;
         }
         m_hopeless = kHopelessTimes * std::max(1, plain.rows[0].letters);
+        const HighPart part(m_text);
         for (size_t i = 0; i < kWideCount; ++i) {
             int32_t cost = 0;
-            if (!readDoubleByte(m_text, kWideEncodings[i].encoding, m_hopeless, cost)) {
+            if (!readDoubleByte(part, kWideEncodings[i].encoding, m_hopeless, cost)) {
                 return ZUTEXT_ERROR_MEMORY;
             }
             m_wideCosts[i] = cost;

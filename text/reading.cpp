@@ -42,7 +42,8 @@ struct Pair {
 struct Text {
     Pair pairs[kMostPairs]; // with a high byte
     int pairCount;
-    uint8_t codes[kHighCodes]; // each high byte that occurs in them
+    uint8_t codes[kByteCodes];      // each byte that occurs in them, in their order
+    int16_t firstPairs[kByteCodes]; // the pair in which it does so first
     int codeCount;
     int64_t highRuns;
     int64_t asciiWords;
@@ -124,12 +125,13 @@ void listPairs(const BytePairs &counts, Text &text) {
         }
     }
     bool listed[kByteCodes] = {};
-    for (const Pair &pair : std::span(text.pairs, static_cast<size_t>(text.pairCount))) {
-        listed[pair.first] = listed[pair.second] = true;
-    }
-    for (int code = 0; code < kHighCodes; code++) {
-        if (listed[code]) {
-            text.codes[text.codeCount++] = static_cast<uint8_t>(code);
+    for (int i = 0; i < text.pairCount; i++) {
+        for (uint8_t code : {text.pairs[i].first, text.pairs[i].second}) {
+            if (!listed[code]) {
+                listed[code] = true;
+                text.codes[text.codeCount] = code;
+                text.firstPairs[text.codeCount++] = static_cast<int16_t>(i);
+            }
         }
     }
 }
@@ -215,6 +217,9 @@ void countWords(const BytePairs &counts, Text &text) {
 // Letters that are one to a reader, as those of Romanian with a comma or a cedilla, make no other text.
 bool sameText(const Text &text, int encoding, int other) {
     return std::all_of(text.codes, text.codes + text.codeCount, [=](int code) {
+        if (!isHighCode(code)) {
+            return true;
+        }
         int a = characterOf(encoding, code);
         int b = characterOf(other, code);
         return a == b || (kKinds[a] == kKinds[b] && isLetterKind(kKinds[a]));
@@ -258,13 +263,19 @@ class PairSum {
     // Adds the pairs up to one, or to where the sum passes the bound: then the sum is less than the pairs cost.
     int64_t addUpTo(int end, int64_t bound) {
         constexpr int kStretch = 32;
+        const Alphabet &alphabet = signs_.alphabet();
         while (next_ < end && cost_ <= bound) {
             int stop = std::min(end, next_ + kStretch);
-            for (; next_ < stop; next_++) {
-                const Pair &pair = text_.pairs[next_];
-                const Sign &first = signs_.of(encoding_, pair.first);
-                cost_ += int64_t{costOf(signs_.alphabet(), first, signs_.of(encoding_, pair.second))} * pair.count;
+            for (; codes_ < text_.codeCount && text_.firstPairs[codes_] < stop; codes_++) {
+                uint8_t code = text_.codes[codes_];
+                signOf_[code] = signs_.of(encoding_, code);
             }
+            int64_t sum = 0;
+            for (const Pair &pair : std::span(text_.pairs + next_, text_.pairs + stop)) {
+                sum += int64_t{costOf(alphabet, signOf_[pair.first], signOf_[pair.second])} * pair.count;
+            }
+            next_ = stop;
+            cost_ += sum;
         }
         return cost_;
     }
@@ -276,7 +287,9 @@ class PairSum {
     Signs &signs_;
     int encoding_;
     int next_ = 0;
+    int codes_ = 0; // of the text's, those that signOf_ knows
     int64_t cost_;
+    Sign signOf_[kByteCodes];
 };
 
 int64_t priorOf(const Text &text, int encoding, int language, const ReadingHints &hints) {

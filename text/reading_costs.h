@@ -72,7 +72,7 @@ class Alphabet {
     uint8_t column(int letter) const { return columns_[static_cast<size_t>(letter)]; }
     // How far a letter is from following another, in steps; column 0 is a word's end or start.
     int steps(int first, int second) const {
-        int cell = first * width_ + second;
+        const auto cell = static_cast<unsigned>(first * width_ + second);
         return kPairs[row_.firstPair + cell / 2] >> (4 * (cell & 1)) & 15;
     }
     int32_t pairCost(int first, int second) const { return steps(first, second) * kPairStep; }
