@@ -324,9 +324,11 @@ int32_t judgeStart(const Settings &settings, const Sample &sample, zutext_verdic
         return ZUTEXT_OK;
     }
     if (settings.from != 0) {
-        const bool otherOrder = settings.has(ZUTEXT_MARK_OPEN) && decideByMark(sample, verdict) &&
-                                verdict.encoding == ZU_CHARSET_CODETYPE_UCS16BE;
-        if (!otherOrder) {
+        // Whether the rest is plausible so is not asked: a stream knows only the first bytes here.
+        constexpr uint8_t kOtherMark[] = {0xFE, 0xFF};
+        if (settings.has(ZUTEXT_MARK_OPEN) && sample.offset == 0 && startsWith(sample.bytes, kOtherMark)) {
+            decide(verdict, ZUTEXT_KIND_TEXT, ZU_CHARSET_CODETYPE_UCS16BE, ZUTEXT_BY_MARK);
+        } else {
             decide(verdict, kindOf(settings.from), settings.from, ZUTEXT_BY_USER);
         }
         return ZUTEXT_OK;
