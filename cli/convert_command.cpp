@@ -16,7 +16,8 @@ namespace zucli {
 
 namespace {
 
-constexpr const char *kFooter = R"(A single file goes to standard output unless an option says otherwise. An output
+constexpr const char *kConvertFooter =
+    R"(A single file goes to standard output unless an option says otherwise. An output
 file appears whole or not at all. What a conversion loses is told with the
 offset and the bytes, and where the encoding is not sure a remark says so, both
 also under --quiet. What is no text, or in an encoding that is not supported, is
@@ -35,7 +36,7 @@ written), 2 wrong usage, 3 input problem, 4 output problem, 5 no text or in an
 encoding that is not converted, 130 interrupted. More in 'zucharset --help'.
 )";
 
-struct Options {
+struct ConvertOptions {
     FileOptions files;
     DetectionOptions detection;
     OutputRules output;
@@ -50,7 +51,7 @@ struct Options {
 };
 
 // What the option parser cannot check by itself.
-void checkUsage(Options &options) {
+void checkUsage(ConvertOptions &options) {
     options.files.complete();
     options.detection.complete();
     if (!options.to.empty() && parseEncoding(options.to).id != kUtf8) {
@@ -79,7 +80,7 @@ void checkUsage(Options &options) {
     }
 }
 
-ConvertSettings settingsFrom(const Options &options) {
+ConvertSettings settingsFrom(const ConvertOptions &options) {
     ConvertSettings settings;
     settings.text = options.detection.textOptions();
     if (!options.from.empty()) {
@@ -95,7 +96,7 @@ ConvertSettings settingsFrom(const Options &options) {
     return settings;
 }
 
-int convertAll(Options &options) {
+int convertAll(ConvertOptions &options) {
     checkUsage(options);
     const ConvertSettings settings = settingsFrom(options);
     FileSelection selection = options.files.selection();
@@ -147,8 +148,8 @@ int convertAll(Options &options) {
 
 void addConvertCommand(CLI::App &app, Action &chosen) {
     CLI::App *command = app.add_subcommand("convert", "Convert files to UTF-8");
-    command->footer(kFooter);
-    auto options = std::make_shared<Options>();
+    command->footer(kConvertFooter);
+    auto options = std::make_shared<ConvertOptions>();
     OutputRules &output = options->output;
     output.backupSuffix = ".orig";
     addFileOptions(*command, options->files);

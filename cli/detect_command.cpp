@@ -20,7 +20,7 @@ namespace zucli {
 
 namespace {
 
-constexpr const char *kFooter = R"(Prints the code type, the encoding and the file, one file a line; behind it the
+constexpr const char *kDetectFooter = R"(Prints the code type, the encoding and the file, one file a line; behind it the
 language, how sure that is, and what else it could be. With --plain the answer
 is exactly what the library gives to a player.
 
@@ -34,7 +34,7 @@ Exit codes: 0 all right, 2 wrong usage, 3 a file cannot be read, 4 standard
 output cannot be written. More in 'zucharset --help'.
 )";
 
-struct Options {
+struct DetectOptions {
     FileOptions files;
     DetectionOptions detection;
     bool advise = false;
@@ -132,7 +132,7 @@ std::string advice(const std::vector<std::string> &files, const std::vector<std:
     return text + "Why this answer, and what else it could be: zucharset explain " + shellWord(files.front()) + "\n";
 }
 
-int detectAll(Options &options) {
+int detectAll(DetectOptions &options) {
     options.files.complete();
     options.detection.complete();
     zutext_options textOptions = options.detection.textOptions();
@@ -184,8 +184,8 @@ int detectAll(Options &options) {
 
 void addDetectCommand(CLI::App &app, Action &chosen) {
     CLI::App *command = app.add_subcommand("detect", "Name the encoding of files");
-    command->footer(kFooter);
-    auto options = std::make_shared<Options>();
+    command->footer(kDetectFooter);
+    auto options = std::make_shared<DetectOptions>();
     addFileOptions(*command, options->files);
     addDetectionOptions(*command, options->detection);
     command->add_flag("--advise", options->advise)->group(""); // what a bare file name on the command line means

@@ -21,7 +21,7 @@ namespace zucli {
 
 namespace {
 
-constexpr const char *kFooter = R"(First the library's own detection: the scores of the multibyte vote, of which
+constexpr const char *kExplainFooter = R"(First the library's own detection: the scores of the multibyte vote, of which
 the highest wins if it reaches 66, and of equal ones the upper; if the winner
 names no encoding, the single-byte tests in their order, of which the first that
 accepts decides. Then how the text reads: every reading that makes sense of it,
@@ -212,7 +212,7 @@ int explain(const std::string &path, DetectionOptions &options) {
 
 void addExplainCommand(CLI::App &app, Action &chosen) {
     CLI::App *command = app.add_subcommand("explain", "Show why detection answers what it answers");
-    command->footer(kFooter);
+    command->footer(kExplainFooter);
     struct Options {
         std::string file = "-";
         DetectionOptions detection;

@@ -13,7 +13,7 @@ namespace zucli {
 
 namespace {
 
-constexpr const char *kFooter = R"(Names may be written in any case, with or without '-', '_' and spaces.
+constexpr const char *kListFooter = R"(Names may be written in any case, with or without '-', '_' and spaces.
 "utf-16", "ucs-2" and "unicode" follow a byte order mark and are little endian
 without one.
 )";
@@ -118,7 +118,7 @@ int listAsText() {
 
 void addListCommand(CLI::App &app, Action &chosen) {
     CLI::App *command = app.add_subcommand("list", "Show the encodings with their names, and the languages");
-    command->footer(kFooter);
+    command->footer(kListFooter);
     auto json = std::make_shared<bool>(false);
     command->add_flag("--json", *json, "Answer with one JSON document");
     command->callback([json, &chosen] { chosen = [json] { return *json ? listAsJson() : listAsText(); }; });

@@ -18,7 +18,7 @@ namespace zucli {
 
 namespace {
 
-constexpr const char *kFooter = R"(Puts back the originals that 'convert --in-place' kept: movie.srt.orig becomes
+constexpr const char *kRestoreFooter = R"(Puts back the originals that 'convert --in-place' kept: movie.srt.orig becomes
 movie.srt again. Name the files, or folders with --recursive. Of several kept
 originals of a file the latest is taken, so each run undoes one conversion. A
 file that was changed after its conversion is left alone without --force.
@@ -31,7 +31,7 @@ Exit codes: 0 all right, 2 wrong usage, 3 no original was kept, 4 an original
 cannot be put back, 130 interrupted. More in 'zucharset --help'.
 )";
 
-struct Options {
+struct RestoreOptions {
     std::vector<std::string> files;
     std::string extensions = kDefaultExtensions;
     std::string backupSuffix = ".orig";
@@ -62,7 +62,7 @@ bool changedSince(const struct stat &file, const struct stat &backup) {
 
 class Restoration {
   public:
-    explicit Restoration(const Options &options) : m_options(options) {}
+    explicit Restoration(const RestoreOptions &options) : m_options(options) {}
 
     int run() {
         if (m_options.backupSuffix.empty() || m_options.backupSuffix.find('/') != std::string::npos) {
@@ -126,7 +126,7 @@ class Restoration {
         }
     }
 
-    const Options &m_options;
+    const RestoreOptions &m_options;
     std::set<std::string> m_seen;
     std::set<std::string> m_folders;
     int m_exitCode = kExitOk;
@@ -136,8 +136,8 @@ class Restoration {
 
 void addRestoreCommand(CLI::App &app, Action &chosen) {
     CLI::App *command = app.add_subcommand("restore", "Put back the originals that convert --in-place kept");
-    command->footer(kFooter);
-    auto options = std::make_shared<Options>();
+    command->footer(kRestoreFooter);
+    auto options = std::make_shared<RestoreOptions>();
     command->add_option("FILE", options->files, "Converted files, or their kept originals")
         ->option_text("...")
         ->required();
