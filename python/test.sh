@@ -19,7 +19,8 @@ export ZUCHARSET_WHEELS=$BUILD_ROOT/wheels
 # Debian's Python: its modules are what need_packages installs.
 python=/usr/bin/python3
 
-$python -m mypy --config-file python/pyproject.toml --cache-dir "$BUILD_ROOT/mypy" python/zucharset python/tests
+$python -m mypy --config-file python/pyproject.toml --cache-dir "$BUILD_ROOT/mypy" \
+    python/zucharset python/tests python/compare.py
 $python -m flake8 --config python/.flake8 python examples/cluster
 python/build-wheels.sh >/dev/null
 environment=$BUILD_ROOT/python

@@ -18,7 +18,7 @@ import charset_normalizer
 
 import zucharset
 
-SAMPLES = Path(__file__).resolve().parents[2] / "samples" / "text"
+SAMPLES = Path(__file__).resolve().parents[1] / "samples" / "text"
 ENCODINGS = """
 chinese_simplified gbk utf-8 utf-16-le; chinese_traditional big5 utf-8; korean cp949 utf-8
 russian cp1251 iso8859-5 utf-8; greek cp1253 iso8859-7; hebrew cp1255; arabic cp1256 iso8859-6; thai cp874 iso8859-11
