@@ -84,6 +84,8 @@ class FilesTest(CliTest):
         os.symlink("sub", "link")
         for name, data in [("a.txt", b"a"), ("sub/a.txt", b"a"), ("there.txt", b"old"), ("a.u.txt", b"a")]:
             write(name, data)
+        os.link("a.txt", "twin.txt")
+        os.link("a.u.txt", "other.txt")
         for arguments, code, fragment in [
             ("--from gkb a.txt", 2, "GBK"), ("--from 31 a.txt", 2, "unknown"), ("--prefer xx-nonsense a.txt", 2, "xx"),
             ("--json a.txt", 2, "-o"), ("a.txt sub/a.txt", 2, "--in-place"), ("--in-place -", 2, "name"),
@@ -91,13 +93,15 @@ class FilesTest(CliTest):
             ("--strip-bom --to-utf8-bom a.txt", 2, "xclude"), ("missing.txt", 3, "check the name"),
             ("*.srt", 3, "check the name"), ("sub", 3, "--recursive"), ("-o there.txt a.txt", 4, "--force"),
             ("-o sub a.txt", 4, "folder"), ("-o a.txt --force a.txt", 4, "same file"),
+            ("-o twin.txt --force a.txt", 4, "same file"),
             ("--from 2 --out-dir o a.txt sub/a.txt", 4, "another input"),
             ("--from 2 --suffix .x sub/a.txt link/a.txt", 4, "another input"),
-            ("--from 2 --suffix .u --force a.txt a.u.txt", 4, "is another input"),
+            ("--from 2 --suffix .u --force a.txt other.txt", 4, "is another input"),
             ("-o there.txt/x a.txt", 4, "there.txt/x"), ("--out-dir there.txt a.txt", 4, "there.txt"),
         ]:
             self.assertIn(fragment, self.run_cli("convert", *arguments.split(), code=code)[1])
         self.assertEqual((read("a.txt"), read("there.txt"), read("o/a.txt")), (b"a", b"old", b"a"))
+        self.assertEqual((os.stat("a.txt").st_nlink, os.stat("a.u.txt").st_nlink), (2, 2))
         with open("a.txt", "ab") as output:
             self.run_cli("convert", "a.txt", code=4, stdout=output)
 
